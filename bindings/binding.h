@@ -1,0 +1,31 @@
+// A legacy node tied to its handler, its native node and its converter.
+#ifndef BINDINGS_BINDING_H
+#define BINDINGS_BINDING_H
+
+#include <array>
+#include <cstddef>
+
+#include "bindings/routines.h"
+
+struct NodeBinding {
+    const char *legacy_name;  // "corvane." + parameter; may hold one "%d"
+    Handler handler;          // legacy to native; none: not registered
+    const char *native_name;  // mirrored native node; none: not synchronised
+    Converter converter;      // native to legacy; none: copied unchanged
+};
+
+constexpr size_t kBindingRows = 538;
+constexpr size_t kSmtpRows = 5;
+constexpr size_t kUserRows = 3;
+constexpr int kMailSlots = 10;
+constexpr int kUserSlots = 12;
+
+extern const std::array<NodeBinding, kBindingRows> binding_table;
+extern const std::array<NodeBinding, kSmtpRows> smtp_table;
+extern const std::array<NodeBinding, kUserRows> user_table;
+
+// Sizes as the 32-bit device lays the records out (four 32-bit words each);
+// the start-up summary reports these on every build.
+constexpr int kDeviceRecordBytes = 16;
+
+#endif

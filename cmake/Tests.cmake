@@ -1,0 +1,30 @@
+# Unit tests (GoogleTest, built from Debian's source package so the same
+# code serves the host and the cross build) and corvane-sim scenarios.
+set(GTEST_SOURCE_DIR /usr/src/googletest CACHE PATH "GoogleTest sources")
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+add_subdirectory(${GTEST_SOURCE_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+# GoogleTest's own sources are not held to the project's warning set.
+target_compile_options(gtest PRIVATE -Wno-error)
+target_compile_options(gtest_main PRIVATE -Wno-error)
+
+include(GoogleTest)
+
+file(GLOB UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
+add_executable(corvane-unit-tests ${UNIT_TEST_SOURCES})
+target_link_libraries(corvane-unit-tests PRIVATE corvaned_core corvane_platform_sim gtest_main)
+gtest_discover_tests(corvane-unit-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+
+# Every tests/scenarios/**/*.scn is one test: corvane-sim runs it and fails
+# on the first expectation that does not hold.
+file(GLOB_RECURSE SCENARIOS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/scenarios/*.scn)
+foreach(scenario ${SCENARIOS})
+  file(RELATIVE_PATH scenario_name ${CMAKE_SOURCE_DIR}/tests/scenarios ${scenario})
+  string(REGEX REPLACE "\\.scn$" "" scenario_name ${scenario_name})
+  get_filename_component(scenario_dir ${scenario} DIRECTORY)
+  add_test(NAME scenario/${scenario_name}
+           COMMAND corvane-sim --script ${scenario} --trace ${CMAKE_BINARY_DIR}/traces/${scenario_name}.trace
+           WORKING_DIRECTORY ${scenario_dir})
+  set_tests_properties(scenario/${scenario_name} PROPERTIES TIMEOUT 120)
+endforeach()
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)

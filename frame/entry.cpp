@@ -1,0 +1,6 @@
+#include "frame/main.h"
+
+int main()
+{
+    return corvaned::main();
+}

@@ -1,0 +1,112 @@
+#include "frame/main.h"
+
+#include <csignal>
+#include <cstring>
+#include <unistd.h>
+
+#include "bindings/registration.h"
+#include "bindings/routines.h"
+#include "frame/context.h"
+#include "frame/log.h"
+#include "frame/text.h"
+#include "lens/lens_profile.h"
+#include "platform/mcu.h"
+#include "platform/modelfeature.h"
+#include "platform/nbus.h"
+
+ServiceContext service;
+
+namespace {
+
+constexpr int kWorkBufferBytes = 128;
+constexpr int kLastTick = 65530;
+constexpr useconds_t kTickMicroseconds = 100000;
+constexpr int kNewHomeControllerVersion = 0xF005;
+
+// Writes "signal N caught, exiting ...\n" with write(2) only.
+void write_signal_line(int signal_number)
+{
+    char line[48] = "signal ";
+    size_t length = strlen(line);
+    char digits[12];
+    size_t count = 0;
+    unsigned value = signal_number < 0 ? 0u - static_cast<unsigned>(signal_number) : static_cast<unsigned>(signal_number);
+    do {
+        digits[count++] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0 && count < sizeof(digits));
+    if (signal_number < 0)
+        line[length++] = '-';
+    while (count > 0)
+        line[length++] = digits[--count];
+    static const char tail[] = " caught, exiting ...\n";
+    memcpy(line + length, tail, sizeof(tail) - 1);
+    length += sizeof(tail) - 1;
+    ssize_t ignored = write(STDERR_FILENO, line, length);
+    (void)ignored;
+}
+
+} // namespace
+
+extern "C" void signal_handler(int signal_number)
+{
+    write_signal_line(signal_number);
+    service.exit_flag = 1;
+}
+
+namespace corvaned {
+
+int main()
+{
+    signal(SIGINT, signal_handler);
+    signal(SIGTERM, signal_handler);
+    signal(SIGQUIT, signal_handler);
+
+    nbus_initial();
+
+    clear(service.model_id);
+    const char *model = get_modelfeature();
+    copy_into(service.model_id, model ? model : "");
+
+    service.lens_index = getLensTypeIndex(service.model_id);
+    if (service.lens_index == -1)
+        LOG("*** get error index of lenstype ***\n");
+    const LensProfile &profile = lens_profile_or_zero(service.lens_index);
+    service.mcu_tick = profile.focus_tick;
+
+    char buffer[kWorkBufferBytes];
+    clear(buffer);
+    nbus_get("system.info.slave_cameras", buffer, kWorkBufferBytes);
+    service.cam_count = parse_decimal(buffer);
+
+    service.lens_step2 = profile.step2;
+
+    LOG("==>\tCorvane control model id: %s, mcu tick: %d, f-max-step: %d(%d), Max cam: %d\n\n",
+        service.model_id, service.mcu_tick, profile.max_steps, service.lens_index, service.cam_count);
+
+    register_bindings();
+
+    char name_buffer[kWorkBufferBytes];
+    char value_buffer[kWorkBufferBytes];
+    cb_corvane_nodes_sync(name_buffer, value_buffer, kWorkBufferBytes);
+
+    service.ready = 1;
+
+    getVersion(&service.mcu_version);
+
+    nbus_set("image.global_mode", "off");
+    LOG("*** set image.global_mode off ***\n");
+    LOG("==>\tMCU Version: 0x%4x\n\n", static_cast<unsigned>(service.mcu_version));
+
+    service.home_routine = service.mcu_version == kNewHomeControllerVersion ? ptz2NewHome : ptztohome;
+
+    while (!service.exit_flag) {
+        service.tick = service.tick >= kLastTick ? 0 : service.tick + 1;
+        usleep(kTickMicroseconds);
+    }
+
+    nbus_release();
+    return 0;
+}
+
+} // namespace corvaned

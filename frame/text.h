@@ -1,0 +1,70 @@
+// Small text helpers shared by every handler: camera digit, substring tests,
+// bounded formatting into the fixed name and value buffers, decimal parsing.
+#ifndef FRAME_TEXT_H
+#define FRAME_TEXT_H
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+// The character right after the first `marker` in `text`, minus '0'
+// (so a digit gives its value); 0 when the marker is absent.
+int digit_after(const char *text, const char *marker);
+
+// Camera number of a node name: the digit after ".cam", 0 without ".cam".
+inline int camera_digit(const char *name) { return digit_after(name, ".cam"); }
+
+inline bool contains(const char *text, const char *part) { return strstr(text, part) != nullptr; }
+inline bool equals(const char *a, const char *b) { return strcmp(a, b) == 0; }
+
+// strtol base 10 as the 32-bit device sees it: non-numbers give 0,
+// out-of-range values saturate at the 32-bit limits.
+int32_t parse_decimal(const char *text);
+
+// snprintf into a fixed buffer: never writes past it, always terminates.
+int format_into_buffer(char *buffer, size_t size, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+template <size_t N>
+__attribute__((format(printf, 2, 3))) int format_into(char (&buffer)[N], const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    int length = vsnprintf(buffer, N, format, args);
+    va_end(args);
+    return length;
+}
+
+// Copies a table pattern holding one "%d" (a camera, stream, mail or user
+// number) with `number` in its place; other characters are copied as they
+// stand. Never writes past `size` bytes.
+void expand_pattern(char *buffer, size_t size, const char *pattern, int number);
+
+template <size_t N>
+void expand_pattern(char (&buffer)[N], const char *pattern, int number)
+{
+    expand_pattern(buffer, N, pattern, number);
+}
+
+// Two's-complement wrap of a wider result, as 32-bit device arithmetic gives.
+inline int32_t wrap_int32(int64_t value)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
+}
+
+// Bounded copy: at most N-1 bytes of `text`, always terminated.
+template <size_t N>
+void copy_into(char (&buffer)[N], const char *text)
+{
+    snprintf(buffer, N, "%s", text);
+}
+
+template <size_t N>
+void clear(char (&buffer)[N])
+{
+    memset(buffer, 0, N);
+}
+
+#endif

@@ -1,0 +1,15 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_sd_func_gate)
+PLACEHOLDER_HANDLER(cb_corvane_sd_func)
+PLACEHOLDER_HANDLER(cb_corvane_auxout)
+PLACEHOLDER_HANDLER(cb_corvane_smtp_mail)
+PLACEHOLDER_HANDLER(cb_corvane_audinput)
+PLACEHOLDER_HANDLER(cb_corvane_linein_volume)
+PLACEHOLDER_HANDLER(cb_corvane_sd_codec)
+PLACEHOLDER_HANDLER(cb_corvane_af_dn)
+PLACEHOLDER_HANDLER(cb_corvane_af_zoom)
+PLACEHOLDER_HANDLER(cb_corvane_auxin)
+PLACEHOLDER_HANDLER(cb_corvane_exp_ref_channel)
+PLACEHOLDER_HANDLER(cb_corvane_illum)
+PLACEHOLDER_HANDLER(cb_corvane_motion_compensation)

@@ -1,0 +1,8 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_mdtotalzones)
+PLACEHOLDER_HANDLER(cb_corvane_motiondetect)
+PLACEHOLDER_HANDLER(cb_corvane_mdzonesize)
+PLACEHOLDER_HANDLER(cb_corvane_mdlevelthreshold)
+PLACEHOLDER_HANDLER(cb_corvane_mddetail)
+PLACEHOLDER_HANDLER(cb_corvane_mdsensitivity)

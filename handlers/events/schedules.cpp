@@ -1,0 +1,6 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_auxin_schedule)
+PLACEHOLDER_HANDLER(cb_corvane_od_schedule)
+PLACEHOLDER_HANDLER(cb_corvane_ftp_schedule)
+PLACEHOLDER_HANDLER(cb_corvane_nfs_schedule)

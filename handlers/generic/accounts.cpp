@@ -1,0 +1,6 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_account_users)
+PLACEHOLDER_HANDLER(cb_corvane_viewer)
+PLACEHOLDER_HANDLER(cb_corvane_admin)
+PLACEHOLDER_HANDLER(cb_corvane_showorder)

@@ -1,0 +1,3 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_simple_set)

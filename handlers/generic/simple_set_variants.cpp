@@ -1,0 +1,8 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_simple_set1)
+PLACEHOLDER_HANDLER(cb_corvane_simple_set2)
+PLACEHOLDER_HANDLER(cb_corvane_simple_set3)
+PLACEHOLDER_HANDLER(cb_corvane_simple_set4)
+PLACEHOLDER_HANDLER(cb_corvane_simple_set5)
+PLACEHOLDER_HANDLER(cb_corvane_simple_set6)

@@ -1,0 +1,14 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_brightness)
+PLACEHOLDER_HANDLER(cb_corvane_sharpness_gate)
+PLACEHOLDER_HANDLER(cb_corvane_sharpness)
+PLACEHOLDER_HANDLER(cb_corvane_saturation)
+PLACEHOLDER_HANDLER(cb_corvane_contrast_hue)
+PLACEHOLDER_HANDLER(cb_corvane_white_balance)
+PLACEHOLDER_HANDLER(cb_corvane_blue_red)
+PLACEHOLDER_HANDLER(cb_corvane_rotate)
+PLACEHOLDER_HANDLER(cb_corvane_img_mirror)
+PLACEHOLDER_HANDLER(cb_corvane_img_flip)
+PLACEHOLDER_HANDLER(cb_corvane_img_rotate)
+PLACEHOLDER_HANDLER(cb_corvane_equalcolor)

@@ -1,0 +1,16 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_exposure_mode)
+PLACEHOLDER_HANDLER(cb_corvane_autoexp)
+PLACEHOLDER_HANDLER(cb_corvane_shortexposures)
+PLACEHOLDER_HANDLER(cb_corvane_lowlight)
+PLACEHOLDER_HANDLER(cb_corvane_wdr)
+PLACEHOLDER_HANDLER(cb_corvane_analoggain)
+PLACEHOLDER_HANDLER(cb_corvane_daygain)
+PLACEHOLDER_HANDLER(cb_corvane_nightgain)
+PLACEHOLDER_HANDLER(cb_corvane_daynight)
+PLACEHOLDER_HANDLER(cb_corvane_dn_hrmin)
+PLACEHOLDER_HANDLER(cb_corvane_freq)
+PLACEHOLDER_HANDLER(cb_corvane_equalbright)
+PLACEHOLDER_HANDLER(cb_corvane_sync_awb_dn_ae)
+PLACEHOLDER_HANDLER(cb_corvane_defog)

@@ -1,0 +1,6 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_pmask_block)
+PLACEHOLDER_HANDLER(cb_corvane_pmask_blrt)
+PLACEHOLDER_HANDLER(cb_corvane_osd_all)
+PLACEHOLDER_HANDLER(cb_corvane_roi_lv_en)

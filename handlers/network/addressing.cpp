@@ -1,0 +1,16 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_ip)
+PLACEHOLDER_HANDLER(cb_corvane_gateway)
+PLACEHOLDER_HANDLER(cb_corvane_subnetmask)
+PLACEHOLDER_HANDLER(cb_corvane_ipv6address)
+PLACEHOLDER_HANDLER(cb_corvane_ipv6prefixlen)
+PLACEHOLDER_HANDLER(cb_corvane_ntpserver_ip)
+PLACEHOLDER_HANDLER(cb_corvane_liveipv4)
+PLACEHOLDER_HANDLER(cb_corvane_rtspport)
+PLACEHOLDER_HANDLER(cb_corvane_webserverport)
+PLACEHOLDER_HANDLER(cb_corvane_eth_negotiation)
+PLACEHOLDER_HANDLER(cb_corvane_ipv4mode)
+PLACEHOLDER_HANDLER(cb_corvane_datemode)
+PLACEHOLDER_HANDLER(cb_corvane_ipv6enabled)
+PLACEHOLDER_HANDLER(cb_corvane_netopt)

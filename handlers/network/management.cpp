@@ -1,0 +1,5 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_en_snmpv2c)
+PLACEHOLDER_HANDLER(cb_corvane_en_snmpv3)
+PLACEHOLDER_HANDLER(cb_corvane_ssl_install_status)

@@ -1,0 +1,7 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_rtpport)
+PLACEHOLDER_HANDLER(cb_corvane_url_streamip)
+PLACEHOLDER_HANDLER(cb_corvane_en_multicast)
+PLACEHOLDER_HANDLER(cb_corvane_qos_default_video)
+PLACEHOLDER_HANDLER(cb_corvane_qos_enable)

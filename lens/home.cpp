@@ -1,0 +1,10 @@
+#include "bindings/placeholder.h"
+
+void ptztohome()
+{
+}
+
+void ptz2NewHome()
+{
+}
+

@@ -1,0 +1,10 @@
+#include "bindings/placeholder.h"
+
+PLACEHOLDER_HANDLER(cb_corvane_focus)
+PLACEHOLDER_HANDLER(cb_corvane_zoom)
+PLACEHOLDER_HANDLER(cb_corvane_pan)
+PLACEHOLDER_HANDLER(cb_corvane_tilt)
+PLACEHOLDER_HANDLER(cb_corvane_allfocus)
+PLACEHOLDER_HANDLER(cb_corvane_allzoom)
+PLACEHOLDER_HANDLER(cb_corvane_allpan)
+PLACEHOLDER_HANDLER(cb_corvane_alltilt)

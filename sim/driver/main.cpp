@@ -1,0 +1,146 @@
+// corvane-sim: the daemon's own entry point on the simulated camera,
+// driven by a script or by the demo console.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <pthread.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include "frame/main.h"
+#include "sim/driver/routines.h"
+#include "sim/driver/script.h"
+#include "sim/platform/sim.h"
+
+namespace {
+
+const char usage[] =
+    "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
+    "  Runs corvaned against the simulated camera. The script runs once start-up\n"
+    "  has finished; without one the daemon runs until a signal.\n";
+
+struct Options {
+    std::vector<std::string> devices;
+    std::string script;
+    std::string trace;
+    bool console = false;
+    bool realtime = false;
+};
+
+bool parse_options(int argc, char **argv, Options *options)
+{
+    for (int i = 1; i < argc; ++i) {
+        std::string option = argv[i];
+        bool has_value = i + 1 < argc;
+        if (option == "--device" && has_value)
+            options->devices.push_back(argv[++i]);
+        else if (option == "--script" && has_value)
+            options->script = argv[++i];
+        else if (option == "--trace" && has_value)
+            options->trace = argv[++i];
+        else if (option == "--console")
+            options->console = true;
+        else if (option == "--realtime")
+            options->realtime = true;
+        else
+            return false;
+    }
+    return true;
+}
+
+// The script thread must not take the daemon's signals.
+void block_signals_here()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+void run_script(ScriptRunner *runner, const std::string &path)
+{
+    block_signals_here();
+    sim::wait_started();
+    std::ifstream in(path);
+    std::string line;
+    int number = 0;
+    while (std::getline(in, line))
+        runner->execute(line, ++number);
+    if (!sim::finished())
+        kill(getpid(), SIGTERM);
+}
+
+void run_console(ScriptRunner *runner)
+{
+    block_signals_here();
+    sim::wait_started();
+    runner->set_console(true);
+    printf("corvane-sim console: help lists the commands, quit or Ctrl-D stops the daemon.\n");
+    std::string line;
+    int number = 0;
+    while (!sim::finished() && !runner->wants_exit()) {
+        printf("corvane> ");
+        fflush(stdout);
+        if (!std::getline(std::cin, line))
+            break;
+        runner->execute(line, ++number);
+    }
+    if (!sim::finished() && !runner->wants_exit())
+        kill(getpid(), SIGTERM);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    if (!parse_options(argc, argv, &options)) {
+        fputs(usage, stderr);
+        return 2;
+    }
+    std::vector<std::string> devices = options.devices;
+    if (!options.script.empty())
+        for (const std::string &device : script_devices(options.script))
+            devices.push_back(device);
+    if (devices.empty())
+        devices.push_back(CORVANE_DEFAULT_DEVICE);
+    for (const std::string &device : devices) {
+        std::string error;
+        if (!sim::load_device(device, &error)) {
+            fprintf(stderr, "corvane-sim: %s\n", error.c_str());
+            return 2;
+        }
+    }
+    sim::set_time_divisor(options.realtime ? 1 : 100);
+    sim::set_routine_namer(name_of_routine);
+    if (!options.trace.empty())
+        sim::open_trace(options.trace);
+    sim::capture_stdout();
+    sim::start();
+
+    ScriptRunner runner(options.console ? "console" : options.script);
+    std::thread driver;
+    if (options.console)
+        driver = std::thread(run_console, &runner);
+    else if (!options.script.empty())
+        driver = std::thread(run_script, &runner, options.script);
+
+    int status = corvaned::main();
+    runner.set_daemon_status(status);
+    sim::mark_finished();
+
+    if (options.console) {
+        // The console may still wait on the terminal; it is not joined.
+        driver.detach();
+        sim::stop();
+        fflush(stdout);
+        _exit(status);
+    }
+    if (driver.joinable())
+        driver.join();
+    sim::stop();
+    fflush(stdout);
+    return runner.failures() ? 1 : status;
+}

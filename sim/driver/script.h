@@ -1,0 +1,81 @@
+// The script language of corvane-sim, also spoken by the demo console.
+#ifndef SIM_DRIVER_SCRIPT_H
+#define SIM_DRIVER_SCRIPT_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sim/platform/sim.h"
+
+class ScriptRunner {
+public:
+    explicit ScriptRunner(std::string source_name) : source_(std::move(source_name)) {}
+
+    // Runs one line; false when it is not understood (reported on stderr).
+    bool execute(const std::string &line, int line_number);
+    int failures() const { return failures_; }
+    bool wants_exit() const { return exit_requested_; }
+    void set_daemon_status(int status) { daemon_status_ = status; }
+
+    // Console mode: writes are echoed after each action, "get"/"dump" print.
+    void set_console(bool console) { console_ = console; }
+
+private:
+    struct Arguments;
+    using Command = void (ScriptRunner::*)(Arguments &);
+    struct CommandEntry {
+        const char *word;
+        Command command;
+        const char *usage;
+    };
+    static const CommandEntry commands_[];
+
+    void begin_action();
+    void end_action();
+    void fail(const std::string &what);
+
+    void client_set(Arguments &);
+    void device_set(Arguments &);
+    void remove(Arguments &);
+    void fault(Arguments &);
+    void param(Arguments &);
+    void call(Arguments &);
+    void signal(Arguments &);
+    void wait_ticks(Arguments &);
+    void wait_exit(Arguments &);
+    void pause(Arguments &);
+    void context(Arguments &);
+    void get(Arguments &);
+    void dump(Arguments &);
+    void help(Arguments &);
+    void quit(Arguments &);
+    void expect(Arguments &);
+    void expect_absent(Arguments &);
+    void expect_write(Arguments &);
+    void expect_no_write(Arguments &);
+    void expect_writes(Arguments &);
+    void expect_log(Arguments &);
+    void expect_no_log(Arguments &);
+    void expect_trace(Arguments &);
+    void expect_context(Arguments &);
+    void expect_result(Arguments &);
+    void expect_exit(Arguments &);
+    void expect_listeners(Arguments &);
+    void device_header(Arguments &);
+
+    std::string source_;
+    int line_ = 0;
+    int failures_ = 0;
+    bool console_ = false;
+    bool exit_requested_ = false;
+    int daemon_status_ = -1;
+    long last_result_ = 0;
+    sim::Record last_;
+};
+
+// Device files named by "device FILE" lines of a script, resolved against
+// the script's directory.
+std::vector<std::string> script_devices(const std::string &script_path);
+
+#endif

@@ -1,0 +1,20 @@
+// Shared between the simulated platform libraries.
+#ifndef SIM_PLATFORM_INTERNAL_H
+#define SIM_PLATFORM_INTERNAL_H
+
+#include <string>
+
+namespace sim {
+
+// Loads the default device once when no device was configured (plain corvaned).
+void ensure_configured();
+// The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
+void note_daemon_write(const std::string &name, const std::string &value);
+bool on_main_thread();
+void note_main_loop_sleep();
+// Escaped trace form of a node name (spaces escaped too).
+std::string escape_name(const std::string &name);
+
+} // namespace sim
+
+#endif

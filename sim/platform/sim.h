@@ -1,0 +1,77 @@
+// Control side of the simulated camera: what corvane-sim, the demo console
+// and the unit tests use to set up the device, play the client and watch
+// what the daemon does. The daemon itself sees only the platform headers.
+#ifndef SIM_PLATFORM_SIM_H
+#define SIM_PLATFORM_SIM_H
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sim {
+
+// ---- device ----
+// Loads a device file (see docs/sim.md); later files override earlier ones.
+bool load_device(const std::string &path, std::string *error);
+// Platform parameter ("@name=value" of the device file).
+std::string param(const std::string &name, const std::string &otherwise = "");
+long param_number(const std::string &name, long otherwise);
+void set_param(const std::string &name, const std::string &value);
+// Forgets every node, listener, parameter and fault (unit tests).
+void reset();
+
+// ---- bus ----
+// Starts the bus thread; the calling thread counts as the daemon's main thread.
+void start();
+// Stops the bus thread after the queue has drained.
+void stop();
+// A client's write: stored, delivered to the listeners, returns once idle.
+void client_write(const std::string &name, const std::string &value);
+// A device-side change: stored, no notification.
+void device_write(const std::string &name, const std::string &value);
+void remove_node(const std::string &name);
+std::optional<std::string> node(const std::string &name);
+std::map<std::string, std::string> nodes_with_prefix(const std::string &prefix);
+// Reads of `name` fail with `code` (0 clears the fault).
+void set_read_fault(const std::string &name, int code);
+// Runs `work` on the bus thread, as a handler would run, and waits until idle.
+void run_on_bus(const std::function<void()> &work);
+void wait_idle();
+int listener_count(const std::string &name);
+bool released();
+
+// ---- what the daemon did ----
+struct Record {
+    std::vector<std::pair<std::string, std::string>> writes;  // daemon writes in order
+    std::string log;                                          // standard output
+    std::vector<std::string> trace;                           // trace lines
+};
+// Starts a new record; returns the one that ends.
+Record take_record();
+// Routes standard output through the simulator so it is recorded as well.
+void capture_stdout();
+void open_trace(const std::string &path);
+void trace(const std::string &line, bool poll = false);
+// Names routines in trace lines (set by corvane-sim).
+void set_routine_namer(std::function<std::string(const void *)> namer);
+std::string routine_name(const void *routine);
+std::string escape(const std::string &text);
+
+// ---- time and lifecycle ----
+// Real time is divided by this (1: real time).
+void set_time_divisor(long divisor);
+long time_divisor();
+// Start-up is finished once the main loop sleeps for the first time or the
+// daemon returns.
+void wait_started();
+void mark_finished();
+bool finished();
+long main_loop_sleeps();
+void wait_main_loop_sleeps(long count);
+
+} // namespace sim
+
+#endif

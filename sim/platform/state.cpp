@@ -1,0 +1,340 @@
+// Device parameters, the trace, the per-step record, time and lifecycle.
+#include <cerrno>
+#include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
+
+#include "sim/platform/internal.h"
+#include "sim/platform/sim.h"
+
+namespace sim {
+
+namespace {
+
+std::mutex state_mutex;
+std::condition_variable state_changed;
+std::map<std::string, std::string> params;
+bool configured = false;
+
+Record current;
+FILE *trace_file = nullptr;
+std::string last_poll;
+long repeated_polls = 0;
+std::function<std::string(const void *)> namer;
+
+long divisor = 100;
+bool started = false;
+bool daemon_finished = false;
+long sleeps = 0;
+std::thread::id main_thread;
+
+void flush_poll_locked()
+{
+    if (repeated_polls > 1 && trace_file)
+        fprintf(trace_file, "%s x%ld\n", last_poll.c_str(), repeated_polls);
+    else if (repeated_polls == 1 && trace_file)
+        fprintf(trace_file, "%s\n", last_poll.c_str());
+    last_poll.clear();
+    repeated_polls = 0;
+}
+
+std::string trim(const std::string &text)
+{
+    size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string::npos)
+        return "";
+    size_t last = text.find_last_not_of(" \t\r");
+    return text.substr(first, last - first + 1);
+}
+
+} // namespace
+
+std::string escape(const std::string &text)
+{
+    std::string out;
+    for (unsigned char c : text) {
+        switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\t': out += "\\t"; break;
+        case '\r': out += "\\r"; break;
+        default:
+            if (c < 0x20 || c >= 0x7f) {
+                char hex[8];
+                snprintf(hex, sizeof hex, "\\x%02x", c);
+                out += hex;
+            } else {
+                out += static_cast<char>(c);
+            }
+        }
+    }
+    return out;
+}
+
+std::string escape_name(const std::string &name)
+{
+    std::string out;
+    for (char c : escape(name))
+        out += c == ' ' ? std::string("\\x20") : std::string(1, c);
+    return name.empty() ? std::string("\"\"") : out;
+}
+
+// Device file: "name=value" nodes, "@param=value" platform parameters,
+// "@include=file", "#" comments. Implemented in device_file.cpp.
+bool parse_device_file(const std::string &path, std::string *error,
+                       std::vector<std::pair<std::string, std::string>> *nodes,
+                       std::map<std::string, std::string> *parameters);
+
+void device_write(const std::string &name, const std::string &value);
+
+bool load_device(const std::string &path, std::string *error)
+{
+    std::vector<std::pair<std::string, std::string>> nodes;
+    std::map<std::string, std::string> parameters;
+    if (!parse_device_file(path, error, &nodes, &parameters))
+        return false;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        for (auto &[name, value] : parameters)
+            params[name] = value;
+        configured = true;
+    }
+    for (auto &[name, value] : nodes)
+        device_write(name, value);
+    for (auto &[name, value] : parameters)
+        if (name.rfind("fault.", 0) == 0)
+            set_read_fault(name.substr(6), static_cast<int>(strtol(value.c_str(), nullptr, 0)));
+    return true;
+}
+
+void ensure_configured()
+{
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        if (configured)
+            return;
+    }
+    std::string error;
+    const char *path = getenv("CORVANE_SIM_DEVICE");
+#ifdef CORVANE_DEFAULT_DEVICE
+    if (!path)
+        path = CORVANE_DEFAULT_DEVICE;
+#endif
+    if (path && !load_device(path, &error))
+        fprintf(stderr, "corvane-sim: %s\n", error.c_str());
+    std::lock_guard<std::mutex> lock(state_mutex);
+    configured = true;
+}
+
+std::string param(const std::string &name, const std::string &otherwise)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    auto found = params.find(name);
+    return found == params.end() ? otherwise : found->second;
+}
+
+long param_number(const std::string &name, long otherwise)
+{
+    std::string text = trim(param(name));
+    if (text.empty())
+        return otherwise;
+    return strtol(text.c_str(), nullptr, 0);
+}
+
+void set_param(const std::string &name, const std::string &value)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    params[name] = value;
+    configured = true;
+}
+
+void reset_bus();
+
+void reset()
+{
+    reset_bus();
+    std::lock_guard<std::mutex> lock(state_mutex);
+    params.clear();
+    current = Record();
+    configured = true;
+}
+
+Record take_record()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    Record done = std::move(current);
+    current = Record();
+    return done;
+}
+
+void trace(const std::string &line, bool poll)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    if (poll && line == last_poll) {
+        ++repeated_polls;
+        return;
+    }
+    flush_poll_locked();
+    current.trace.push_back(line);
+    if (poll) {
+        last_poll = line;
+        repeated_polls = 1;
+    } else if (trace_file) {
+        fprintf(trace_file, "%s\n", line.c_str());
+    }
+}
+
+void note_daemon_write(const std::string &name, const std::string &value)
+{
+    trace("set " + escape_name(name) + " " + escape(value));
+    int signal_number = 0;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        current.writes.emplace_back(name, value);
+        auto found = params.find("signal." + name);
+        if (found != params.end()) {
+            signal_number = static_cast<int>(strtol(found->second.c_str(), nullptr, 0));
+            params.erase(found);  // once
+        }
+    }
+    if (signal_number > 0)
+        kill(getpid(), signal_number);
+}
+
+void open_trace(const std::string &path)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    trace_file = fopen(path.c_str(), "w");
+    if (trace_file)
+        setvbuf(trace_file, nullptr, _IOLBF, 0);
+}
+
+void set_routine_namer(std::function<std::string(const void *)> routine_namer)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    namer = std::move(routine_namer);
+}
+
+std::string routine_name(const void *routine)
+{
+    std::function<std::string(const void *)> copy;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        copy = namer;
+    }
+    if (copy)
+        return copy(routine);
+    char text[32];
+    snprintf(text, sizeof text, "%p", routine);
+    return text;
+}
+
+// ---- standard output ----
+
+namespace {
+
+ssize_t write_captured(void *, const char *data, size_t size)
+{
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        current.log.append(data, size);
+    }
+    size_t done = 0;
+    while (done < size) {
+        ssize_t written = write(STDOUT_FILENO, data + done, size - done);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            break;
+        done += static_cast<size_t>(written);
+    }
+    return static_cast<ssize_t>(size);
+}
+
+} // namespace
+
+void capture_stdout()
+{
+    cookie_io_functions_t functions = {nullptr, write_captured, nullptr, nullptr};
+    FILE *captured = fopencookie(nullptr, "w", functions);
+    if (!captured)
+        return;
+    setvbuf(captured, nullptr, _IONBF, 0);
+    fflush(stdout);
+    stdout = captured;
+}
+
+// ---- time and lifecycle ----
+
+void set_time_divisor(long value)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    divisor = value < 1 ? 1 : value;
+}
+
+long time_divisor()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    return divisor;
+}
+
+void mark_main_thread()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    main_thread = std::this_thread::get_id();
+}
+
+bool on_main_thread()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    return std::this_thread::get_id() == main_thread;
+}
+
+void note_main_loop_sleep()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    started = true;
+    ++sleeps;
+    state_changed.notify_all();
+}
+
+void wait_started()
+{
+    std::unique_lock<std::mutex> lock(state_mutex);
+    state_changed.wait(lock, [] { return started || daemon_finished; });
+}
+
+void mark_finished()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    daemon_finished = true;
+    flush_poll_locked();
+    state_changed.notify_all();
+}
+
+bool finished()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    return daemon_finished;
+}
+
+long main_loop_sleeps()
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    return sleeps;
+}
+
+void wait_main_loop_sleeps(long count)
+{
+    std::unique_lock<std::mutex> lock(state_mutex);
+    long target = sleeps + count;
+    state_changed.wait(lock, [&] { return sleeps >= target || daemon_finished; });
+}
+
+} // namespace sim
