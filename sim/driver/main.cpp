@@ -63,6 +63,7 @@ void run_script(ScriptRunner *runner, const std::string &path)
 {
     block_signals_here();
     sim::wait_started();
+    runner->take_startup_record();
     std::ifstream in(path);
     std::string line;
     int number = 0;
@@ -70,6 +71,7 @@ void run_script(ScriptRunner *runner, const std::string &path)
         runner->execute(line, ++number);
     if (!sim::finished())
         kill(getpid(), SIGTERM);
+    sim::set_lockstep(false);
 }
 
 void run_console(ScriptRunner *runner)

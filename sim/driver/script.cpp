@@ -116,6 +116,7 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"call", &ScriptRunner::call, "call ROUTINE [ARGS]       call a daemon routine on the bus thread"},
     {"signal", &ScriptRunner::signal, "signal N                  send signal N to the daemon"},
     {"wait-ticks", &ScriptRunner::wait_ticks, "wait-ticks N              wait for N main-loop ticks"},
+    {"lockstep", &ScriptRunner::lockstep, "lockstep on|off           main loop waits for wait-ticks between ticks"},
     {"wait-exit", &ScriptRunner::wait_exit, "wait-exit                 wait until the daemon has returned"},
     {"sleep", &ScriptRunner::pause, "sleep MS                  pause the script"},
     {"context", &ScriptRunner::context, "context FIELD VALUE       set a service-context word"},
@@ -164,10 +165,9 @@ void ScriptRunner::fail(const std::string &what)
     fprintf(stderr, "corvane-sim: %s:%d: %s\n", source_.c_str(), line_, what.c_str());
 }
 
-void ScriptRunner::begin_action()
-{
-    sim::take_record();
-}
+// An action's record holds everything since the previous action ended, so
+// what the daemon does on its own in between (a shutdown) is not lost.
+void ScriptRunner::begin_action() {}
 
 void ScriptRunner::end_action()
 {
@@ -280,7 +280,13 @@ void ScriptRunner::signal(Arguments &arguments)
     int number = static_cast<int>(arguments.number());
     begin_action();
     kill(getpid(), number);
+    sim::set_lockstep(false);
     end_action();
+}
+
+void ScriptRunner::lockstep(Arguments &arguments)
+{
+    sim::set_lockstep(arguments.word() == "on");
 }
 
 void ScriptRunner::wait_ticks(Arguments &arguments)
@@ -290,8 +296,10 @@ void ScriptRunner::wait_ticks(Arguments &arguments)
 
 void ScriptRunner::wait_exit(Arguments &)
 {
+    begin_action();
     while (!sim::finished())
         usleep(1000);
+    end_action();
 }
 
 void ScriptRunner::pause(Arguments &arguments)
@@ -340,6 +348,7 @@ void ScriptRunner::quit(Arguments &)
 {
     exit_requested_ = true;
     kill(getpid(), SIGTERM);
+    sim::set_lockstep(false);
 }
 
 void ScriptRunner::expect(Arguments &arguments)

@@ -63,6 +63,13 @@ private:
     void expect_exit(Arguments &);
     void expect_listeners(Arguments &);
     void device_header(Arguments &);
+    void lockstep(Arguments &);
+
+public:
+    // The start-up's record, for expectations before the first action.
+    void take_startup_record() { last_ = sim::take_record(); }
+
+private:
 
     std::string source_;
     int line_ = 0;

@@ -34,6 +34,7 @@ std::deque<std::function<void()>> queue;
 bool delivering = false;
 bool stopping = false;
 bool bus_released = false;
+long registrations = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
 
@@ -147,6 +148,7 @@ void reset_bus()
     ranges.clear();
     queue.clear();
     bus_released = false;
+    registrations = 0;
 }
 
 void client_write(const std::string &name, const std::string &value)
@@ -216,6 +218,12 @@ int listener_count(const std::string &name)
     return found == listeners.end() ? 0 : static_cast<int>(found->second.size());
 }
 
+long listen_calls()
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    return registrations;
+}
+
 bool released()
 {
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -272,6 +280,7 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
     trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
     listeners[name].push_back(callback);
+    ++registrations;
     return 0;
 }
 

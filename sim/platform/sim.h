@@ -41,6 +41,8 @@ void set_read_fault(const std::string &name, int code);
 void run_on_bus(const std::function<void()> &work);
 void wait_idle();
 int listener_count(const std::string &name);
+// Registrations made since the last reset, over all names.
+long listen_calls();
 bool released();
 
 // ---- what the daemon did ----
@@ -70,6 +72,10 @@ void wait_started();
 void mark_finished();
 bool finished();
 long main_loop_sleeps();
+// Lockstep: the main loop stops at each sleep until wait_main_loop_sleeps
+// grants further ticks, so a script can read and set the context between
+// two ticks. Switching it on waits until the loop is parked.
+void set_lockstep(bool on);
 void wait_main_loop_sleeps(long count);
 
 } // namespace sim

@@ -32,6 +32,8 @@ long divisor = 100;
 bool started = false;
 bool daemon_finished = false;
 long sleeps = 0;
+bool lockstep = false;
+long granted = 0;
 std::thread::id main_thread;
 
 void flush_poll_locked()
@@ -298,10 +300,24 @@ bool on_main_thread()
 
 void note_main_loop_sleep()
 {
-    std::lock_guard<std::mutex> lock(state_mutex);
+    std::unique_lock<std::mutex> lock(state_mutex);
     started = true;
     ++sleeps;
     state_changed.notify_all();
+    // In lockstep the main loop waits here until the script grants a tick.
+    state_changed.wait(lock, [] { return !lockstep || granted >= sleeps; });
+}
+
+void set_lockstep(bool on)
+{
+    std::unique_lock<std::mutex> lock(state_mutex);
+    if (on == lockstep)
+        return;
+    lockstep = on;
+    granted = sleeps;
+    state_changed.notify_all();
+    if (on)
+        state_changed.wait(lock, [] { return sleeps > granted || daemon_finished; });
 }
 
 void wait_started()
@@ -314,6 +330,7 @@ void mark_finished()
 {
     std::lock_guard<std::mutex> lock(state_mutex);
     daemon_finished = true;
+    lockstep = false;
     flush_poll_locked();
     state_changed.notify_all();
 }
@@ -334,6 +351,11 @@ void wait_main_loop_sleeps(long count)
 {
     std::unique_lock<std::mutex> lock(state_mutex);
     long target = sleeps + count;
+    if (lockstep) {
+        granted += count;
+        target = granted + 1;
+        state_changed.notify_all();
+    }
     state_changed.wait(lock, [&] { return sleeps >= target || daemon_finished; });
 }
 
