@@ -1,10 +1,73 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <string>
+
 #include "frame/text.h"
 
-TEST(DigitAfter, ReadsTheCharacterAfterTheMarker)
+TEST(DigitAfter, ReadsTheOneCharacterAfterTheMarker)
 {
-    EXPECT_EQ(camera_digit("corvane.cam3.brightness"), 3);
-    EXPECT_EQ(camera_digit("corvane.brightness"), 0);
-    EXPECT_EQ(camera_digit("corvane.cam0.x"), 0);
+    struct Case {
+        const char *text;
+        const char *marker;
+        int digit;
+    } cases[] = {
+        {"corvane.cam3.brightness", ".cam", 3},
+        {"corvane.brightness", ".cam", 0},
+        {"corvane.cam0.x", ".cam", 0},
+        {"corvane.cam12.x", ".cam", 1},          // one digit only
+        {"corvane.cam", ".cam", -'0'},           // the terminator, minus '0'
+        {"corvane.cam1.roi2_lv3", "roi", 2},
+        {"corvane.user7pwd", "user", 7},
+        {"corvane.camA", ".cam", 'A' - '0'},
+        {"corvane.cam\xc3", ".cam", 0xc3 - '0'}, // bytes count as unsigned, as on the device
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(digit_after(c.text, c.marker), c.digit) << c.text;
+}
+
+TEST(ParseDecimal, BehavesAs32BitStrtol)
+{
+    struct Case {
+        const char *text;
+        int32_t value;
+    } cases[] = {
+        {"42", 42},         {"-17", -17},      {"  8x", 8},           {"abc", 0},
+        {"", 0},            {"2147483647", INT32_MAX}, {"2147483648", INT32_MAX},
+        {"99999999999999999999", INT32_MAX}, {"-99999999999", INT32_MIN}, {"0x10", 0},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(parse_decimal(c.text), c.value) << c.text;
+}
+
+TEST(FormatInto, NeverWritesPastTheBuffer)
+{
+    char small[8];
+    memset(small, 'x', sizeof small);
+    format_into(small, "%s", "a very long value");
+    EXPECT_STREQ(small, "a very ");
+}
+
+TEST(ExpandPattern, PutsTheNumberInPlaceOfThePlaceholderOnly)
+{
+    char name[128];
+    expand_pattern(name, "corvane.cam%d.brightness", 3);
+    EXPECT_STREQ(name, "corvane.cam3.brightness");
+    expand_pattern(name, "event.active.smtp.mail_to_%d.enable", 10);
+    EXPECT_STREQ(name, "event.active.smtp.mail_to_10.enable");
+    expand_pattern(name, "corvane.ip", 3);
+    EXPECT_STREQ(name, "corvane.ip");
+    // a second conversion in a pattern is copied, never interpreted
+    expand_pattern(name, "a%db%sc%n", 1);
+    EXPECT_STREQ(name, "a1b%sc%n");
+    char tiny[6];
+    expand_pattern(tiny, "cam%d.focus", 4);
+    EXPECT_STREQ(tiny, "cam4.");
+}
+
+TEST(WrapInt32, WrapsAsTwosComplement)
+{
+    EXPECT_EQ(wrap_int32(int64_t{INT32_MAX} + 1), INT32_MIN);
+    EXPECT_EQ(wrap_int32(int64_t{INT32_MIN} - 50), INT32_MAX - 49);
+    EXPECT_EQ(wrap_int32(-5), -5);
 }

@@ -1,0 +1,126 @@
+// The simulated bus's delivery rules, with its delivery thread running.
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/nbus.h"
+#include "sim/platform/sim.h"
+
+namespace {
+
+std::mutex seen_mutex;
+std::vector<std::string> seen;
+
+void remember(const char *who, const char *name, const char *value)
+{
+    std::lock_guard<std::mutex> lock(seen_mutex);
+    seen.push_back(std::string(who) + ":" + name + "=" + value);
+}
+
+void first_listener(const char *name, const char *value) { remember("first", name, value); }
+void second_listener(const char *name, const char *value) { remember("second", name, value); }
+
+// Writes two nodes from inside a handler, then notes that it returned.
+void cascading_listener(const char *name, const char *value)
+{
+    remember("cascade", name, value);
+    nbus_set("test.b", "from-handler");
+    nbus_set("test.c", "from-handler");
+    remember("cascade-returns", name, value);
+}
+
+class BusThreadTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        sim::reset();
+        seen.clear();
+        sim::start();
+    }
+    void TearDown() override
+    {
+        sim::stop();
+        sim::reset();
+    }
+};
+
+} // namespace
+
+TEST_F(BusThreadTest, EveryRegistrationIsNotifiedOfEveryWriteEvenUnchanged)
+{
+    nbus_listen("test.a", first_listener);
+    nbus_listen("test.a", second_listener);
+    nbus_listen("test.a", first_listener);
+    sim::client_write("test.a", "1");
+    sim::client_write("test.a", "1");
+    std::vector<std::string> expected = {"first:test.a=1", "second:test.a=1", "first:test.a=1",
+                                         "first:test.a=1", "second:test.a=1", "first:test.a=1"};
+    EXPECT_EQ(seen, expected);
+}
+
+TEST_F(BusThreadTest, WritesInsideAHandlerAreDeliveredAfterItReturnsInOrder)
+{
+    nbus_listen("test.a", cascading_listener);
+    nbus_listen("test.b", first_listener);
+    nbus_listen("test.c", second_listener);
+    sim::client_write("test.a", "go");  // returns once the cascade is done
+    std::vector<std::string> expected = {"cascade:test.a=go", "cascade-returns:test.a=go",
+                                         "first:test.b=from-handler", "second:test.c=from-handler"};
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(sim::node("test.b").value_or(""), "from-handler");
+}
+
+TEST_F(BusThreadTest, TheDaemonsOwnWritesAreNotifiedToo)
+{
+    nbus_listen("test.a", first_listener);
+    nbus_set("test.a", "own");
+    EXPECT_EQ(seen, std::vector<std::string>{"first:test.a=own"});
+}
+
+TEST_F(BusThreadTest, ReadsTruncateToTheCallersSizeAndReportMissingNodes)
+{
+    sim::device_write("test.long", "0123456789");
+    char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
+    EXPECT_EQ(nbus_get("test.long", buffer, sizeof buffer), 0);
+    EXPECT_STREQ(buffer, "0123");
+    EXPECT_NE(nbus_get("test.missing", buffer, sizeof buffer), 0);
+    sim::set_read_fault("test.long", -7);
+    EXPECT_EQ(nbus_get("test.long", buffer, sizeof buffer), -7);
+}
+
+TEST_F(BusThreadTest, AnEmptyNameIsAValidNode)
+{
+    nbus_listen("", first_listener);
+    EXPECT_EQ(nbus_set("", "value"), 0);
+    EXPECT_EQ(sim::node("").value_or("<absent>"), "value");
+    EXPECT_EQ(seen, std::vector<std::string>{"first:=value"});
+}
+
+TEST_F(BusThreadTest, DeviceSideChangesAreNotNotified)
+{
+    nbus_listen("test.a", first_listener);
+    sim::device_write("test.a", "quiet");
+    sim::wait_idle();
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ(sim::node("test.a").value_or(""), "quiet");
+}
+
+TEST_F(BusThreadTest, NothingIsDeliveredAfterRelease)
+{
+    nbus_listen("test.a", first_listener);
+    nbus_release();
+    sim::client_write("test.a", "late");
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ(sim::node("test.a").value_or(""), "late");
+}
+
+TEST_F(BusThreadTest, RangesComeFromTheDeviceParameters)
+{
+    sim::set_param("range.test.rate", "type:int;cont[64~16384]");
+    char buffer[128];
+    EXPECT_EQ(nbus_get_range("test.rate", buffer, sizeof buffer), 0);
+    EXPECT_STREQ(buffer, "type:int;cont[64~16384]");
+    EXPECT_NE(nbus_get_range("test.other", buffer, sizeof buffer), 0);
+}

@@ -1,0 +1,68 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "bindings/binding.h"
+#include "bindings/registration.h"
+#include "test_support.h"
+
+namespace {
+
+class RegistrationTest : public SimBusTest, public ::testing::WithParamInterface<int> {};
+
+size_t rows_where(bool per_camera)
+{
+    size_t count = 0;
+    for (const NodeBinding &row : binding_table)
+        if (row.handler && (std::string(row.legacy_name).find("cam%d") != std::string::npos) == per_camera)
+            ++count;
+    return count;
+}
+
+} // namespace
+
+TEST(BindingTable, HasTheRowsTheLegacyInterfaceDefines)
+{
+    // 363 global and 167 per-sensor rows carry a handler; 8 carry none.
+    EXPECT_EQ(rows_where(false), 363u);
+    EXPECT_EQ(rows_where(true), 167u);
+    EXPECT_STREQ(binding_table.front().legacy_name, "corvane.cam%d.focus");
+    EXPECT_STREQ(binding_table.back().legacy_name, "corvane.ptzstatus");
+    EXPECT_EQ(binding_table.back().handler, cb_ptzstatus);
+    EXPECT_STREQ(binding_table[110].legacy_name, "corvane.viewer");
+    EXPECT_EQ(binding_table[110].converter, n2a_copy_converter);
+}
+
+TEST_P(RegistrationTest, RegistersGlobalRowsOncePerSensorRowsPerCameraAndAllSlots)
+{
+    int cameras = GetParam();
+    service.cam_count = cameras;
+    register_bindings();
+    EXPECT_EQ(sim::listen_calls(), static_cast<long>(363 + 167 * cameras + 50 + 36));
+    for (int camera = 1; camera <= 5; ++camera) {
+        std::string focus = "corvane.cam" + std::to_string(camera) + ".focus";
+        EXPECT_EQ(sim::listener_count(focus), camera <= cameras ? 1 : 0) << focus;
+    }
+    EXPECT_EQ(sim::listener_count("corvane.ip"), 2);
+    EXPECT_EQ(sim::listener_count("corvane.ntpserver_ip"), 2);
+    EXPECT_EQ(sim::listener_count("corvane.smtp_od_mail10"), 1);
+    EXPECT_EQ(sim::listener_count("corvane.smtp_od_mail0"), 0);
+    EXPECT_EQ(sim::listener_count("corvane.user12pwd"), 1);
+    EXPECT_EQ(sim::listener_count("corvane.user0pwd"), 0);
+    EXPECT_EQ(sim::listener_count("corvane.nfs_status"), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(SensorCounts, RegistrationTest, ::testing::Values(0, 1, 2, 3, 4));
+
+TEST_F(SimBusTest, HandlersIgnoreEverythingBeforeReady)
+{
+    service.ready = 0;
+    service.cam_count = 2;
+    register_bindings();
+    sim::take_record();
+    sim::client_write("corvane.cam1.focus", "100");
+    sim::client_write("corvane.ip", "10.0.0.1");
+    sim::Record record = sim::take_record();
+    EXPECT_TRUE(record.writes.empty());
+    EXPECT_EQ(record.log, "");
+}
