@@ -26,6 +26,13 @@ TEST(BindingTable, HasTheRowsTheLegacyInterfaceDefines)
     // 363 global and 167 per-sensor rows carry a handler; 8 carry none.
     EXPECT_EQ(rows_where(false), 363u);
     EXPECT_EQ(rows_where(true), 167u);
+    size_t converted = 0, without_native = 0;
+    for (const NodeBinding &row : binding_table) {
+        converted += row.converter ? 1 : 0;
+        without_native += row.native_name ? 0 : 1;
+    }
+    EXPECT_EQ(converted, 79u);
+    EXPECT_EQ(without_native, 24u);
     EXPECT_STREQ(binding_table.front().legacy_name, "corvane.cam%d.focus");
     EXPECT_STREQ(binding_table.back().legacy_name, "corvane.ptzstatus");
     EXPECT_EQ(binding_table.back().handler, cb_ptzstatus);
