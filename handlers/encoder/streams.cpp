@@ -1,24 +1,354 @@
-#include "bindings/placeholder.h"
+// Per-stream encoder settings: quality, key frames, group of pictures,
+// quantiser, bit rate and its limit, stream state size, SEI and smart GOP.
+// Each legacy node exists once per stream; a key in its name picks the
+// stream, first match wins.
+#include <cstdint>
 
-PLACEHOLDER_HANDLER(cb_corvane_imgquality)
-PLACEHOLDER_HANDLER(cb_corvane_keyframe)
-PLACEHOLDER_HANDLER(cb_corvane_keyframeinterval)
-PLACEHOLDER_HANDLER(cb_corvane_qp)
-PLACEHOLDER_HANDLER(cb_corvane_sei)
-PLACEHOLDER_HANDLER(cb_corvane_snapstream)
-PLACEHOLDER_HANDLER(cb_corvane_enc_stream)
-PLACEHOLDER_HANDLER(cb_corvane_bitrate)
-PLACEHOLDER_HANDLER(cb_corvane_ratelimit)
-PLACEHOLDER_HANDLER(cb_corvane_rlmode)
+#include "bindings/routines.h"
+#include "frame/context.h"
+#include "frame/log.h"
+#include "frame/node.h"
+#include "frame/text.h"
+
+namespace {
+
+constexpr int32_t kLowestConstantBitRate = 64;
+constexpr char kUnlimitedBitRate[] = "8000";
+
+// A key of the legacy name and the stream it stands for.
+struct StreamKey {
+    const char *key;
+    int stream;
+};
+
+// The stream of the first key the name holds; `otherwise` without one.
+template <size_t N>
+int stream_of(const char *name, const StreamKey (&keys)[N], int otherwise = 0)
+{
+    for (const StreamKey &row : keys)
+        if (contains(name, row.key))
+            return row.stream;
+    return otherwise;
+}
+
+// The camera a legacy name addresses: the digit after ".cam" when it is
+// 1..9, else 0.
+int camera_of(const char *name)
+{
+    int camera = camera_digit(name);
+    return camera >= 1 && camera <= 9 ? camera : 0;
+}
+
+// "encode.cam<camera>.stream<stream>.<leaf>", or the global form for camera 0.
+template <size_t N>
+void stream_node(char (&buffer)[N], int camera, int stream, const char *leaf)
+{
+    if (camera == 0)
+        format_into(buffer, "encode.global.stream%d.%s", stream, leaf);
+    else
+        format_into(buffer, "encode.cam%d.stream%d.%s", camera, stream, leaf);
+}
+
+// The value formatted with itself as the format and no arguments, as the
+// legacy interface did it: "%%" gives "%". Any other conversion would read
+// an argument that is not there, so it is copied as it stands instead.
+template <size_t N>
+void expand_own_format(char (&buffer)[N], const char *value)
+{
+    size_t length = 0;
+    for (const char *next = value; *next != '\0' && length + 1 < N; ++next) {
+        if (next[0] == '%' && next[1] == '%')
+            ++next;
+        buffer[length++] = *next;
+    }
+    buffer[length] = '\0';
+}
+
+const char *quality_word(int32_t level)
+{
+    if (level >= 1 && level <= 7)
+        return "low";
+    if (level >= 8 && level <= 14)
+        return "mid";
+    return "high";
+}
+
+// The decimal value of the first or last "~"-separated piece of the range
+// text's "cont[min~max" part, taken before its first ","; 0 when the text
+// holds no such part or the part no piece.
+enum class Piece { first, last };
+
+int32_t range_piece(const char *range, Piece which)
+{
+    const char *bounds = strstr(range, "cont[");
+    if (!bounds)
+        return 0;
+    char work[64];
+    copy_into(work, bounds + strlen("cont["));
+    char *part = work + strspn(work, ",");
+    part[strcspn(part, ",")] = '\0';
+    const char *found = nullptr;
+    for (char *piece = part + strspn(part, "~"); *piece != '\0'; piece += strspn(piece, "~")) {
+        size_t length = strcspn(piece, "~");
+        if (!found || which == Piece::last)
+            found = piece;
+        if (piece[length] == '\0')
+            break;
+        piece[length] = '\0';
+        piece += length + 1;
+    }
+    return found ? parse_decimal(found) : 0;
+}
+
+constexpr StreamKey quality_keys[] = {{"quality1", 1}, {"quality2", 2}, {"quality", 3}};
+constexpr StreamKey keyframe_keys[] = {{"keyframe_sub", 2}, {"keyframe", 1}};
+constexpr StreamKey interval_keys[] = {{"interval_sub", 2}, {"interval3", 3}, {"interval", 1}};
+constexpr StreamKey qp_keys[] = {{"qp2", 2}, {"qp3", 3}, {"qp", 1}};
+constexpr StreamKey sei_keys[] = {{"sei2", 2}, {"sei3", 3}, {"sei", 1}};
+constexpr StreamKey snapstream_keys[] = {{"stream2", 2}, {"stream3", 3}};
+constexpr StreamKey state_keys[] = {{"stream1", 1}, {"stream2", 2}, {"stream3", 3}};
+constexpr StreamKey bitrate_keys[] = {{"bitrate2", 2}, {"bitrate3", 3}, {"bitrate", 1}};
+constexpr StreamKey ratelimit_keys[] = {{"ratelimit2", 2}, {"ratelimit3", 3}};
+constexpr StreamKey ratelimit_mode_keys[] = {{"mode2", 2}, {"mode3", 3}};
+
+} // namespace
+
+HANDLER(cb_corvane_imgquality)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    clear(native);
+    const char *word = quality_word(parse_decimal(value));
+    int camera = camera_of(name);
+    int stream = camera == 0 ? 3 : stream_of(name, quality_keys);
+    if (stream == 0) {
+        LOG("ERR(cam%d) %s = %s!!\n", camera, name, value);
+        return;
+    }
+    stream_node(native, camera, stream, "quality");
+    nbus_set(native, word);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, word);
+}
+
+HANDLER(cb_corvane_keyframe)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    char written[64];
+    clear(native);
+    clear(written);
+    int camera = camera_of(name);
+    int stream = camera == 0 ? 0 : stream_of(name, keyframe_keys);
+    if (stream != 0) {
+        stream_node(native, camera, stream, "force_idr");
+        nbus_set(native, value);
+    }
+    // the last field stays empty: clients parse the line as it is (kept)
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, written);
+}
+
+HANDLER(cb_corvane_keyframeinterval)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    char interval[64];
+    clear(native);
+    clear(interval);
+    int camera = camera_of(name);
+    if (camera != 0) {
+        int stream = stream_of(name, interval_keys);
+        if (stream == 0) {
+            LOG("ERR-cam%d, %s = %s!!\n", camera, name, value);
+            return;
+        }
+        stream_node(native, camera, stream, "gop");
+        expand_own_format(interval, value);
+        nbus_set(native, interval);
+    }
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, interval);
+}
+
+HANDLER(cb_corvane_qp)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    clear(native);
+    int camera = camera_of(name);
+    if (camera != 0) {
+        int stream = stream_of(name, qp_keys);
+        if (stream == 0) {
+            LOG("ERR(cam%d), %s = %s!!\n", camera, name, value);
+            return;
+        }
+        stream_node(native, camera, stream, "min_qp");
+        nbus_set(native, value);
+    }
+    LOG("Set %s = %s done!!\n", native, value);
+}
+
+HANDLER(cb_corvane_sei)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    clear(native);
+    int camera = camera_of(name);
+    int stream = stream_of(name, sei_keys);
+    if (camera == 0 || stream == 0) {
+        LOG("Err: cam num: %d (%s = %s) \n", camera, name, value);
+        return;
+    }
+    stream_node(native, camera, stream, "sei");
+    nbus_set(native, value);
+    LOG("Set %s = %s done!!\n", native, value);
+}
+
+HANDLER(cb_corvane_snapstream)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    clear(native);
+    const char *smart = equals(value, "on") ? "1" : "0";
+    stream_node(native, camera_of(name), stream_of(name, snapstream_keys, 1), "smartgop");
+    nbus_set(native, smart);
+    LOG("Set %s=%s by %s=%s done!!\n", native, smart, name, value);
+}
+
+HANDLER(cb_corvane_enc_stream)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char native[64];
+    clear(native);
+    int stream = stream_of(name, state_keys);
+    if (stream == 0) {
+        LOG("error parameters: N-%s, V-%s!!\n", name, value);
+        return;
+    }
+    const char *leaf = contains(name, "width") ? "state.width" : contains(name, "height") ? "state.height" : nullptr;
+    if (leaf) {
+        stream_node(native, camera_of(name), stream, leaf);
+        nbus_set(native, value);
+    } else {
+        LOG("stream%d error: N-%s, V-%s!!\n", stream, name, value);
+    }
+    LOG("Set %s by %s = %s done!!\n", native, name, value);
+}
+
+HANDLER(cb_corvane_bitrate)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    int camera = camera_of(name);
+    // camera 5 is refused on purpose (kept)
+    int stream = camera == 0 || camera == 5 ? 0 : stream_of(name, bitrate_keys);
+    if (stream == 0) {
+        LOG("ERR-cam%d, %s = %s !!\n", camera, name, value);
+        return;
+    }
+    int32_t rate = parse_decimal(value);
+    char constant[64];
+    char control[64];
+    char current[64];
+    char variable[64];
+    stream_node(constant, camera, stream, "cbr_bitrate_t");
+    stream_node(control, camera, stream, "rate_control");
+    stream_node(current, camera, stream, "bit_rate");
+    stream_node(variable, camera, stream, "vbr_bitrate_t");
+    if (rate == 0) {
+        nbus_set(control, "cvbr");
+        char limit[8];
+        read_node(variable, limit);
+        nbus_set(current, limit);
+        return;
+    }
+    char text[16];
+    format_into(text, "%d", rate < kLowestConstantBitRate ? kLowestConstantBitRate : rate);
+    nbus_set(constant, text);
+    nbus_set(current, text);
+    nbus_set(control, "cbr");
+}
+
+HANDLER(cb_corvane_ratelimit)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    int camera = camera_of(name);
+    if (camera == 0) {
+        LOG("ERR(CAM0), %s = %s\n", name, value);
+        return;
+    }
+    int32_t rate = parse_decimal(value);
+    int stream = stream_of(name, ratelimit_keys, 1);
+    char variable[64];
+    char control[64];
+    char current[64];
+    stream_node(variable, camera, stream, "vbr_bitrate_t");
+    stream_node(control, camera, stream, "rate_control");
+    stream_node(current, camera, stream, "bit_rate");
+    char range[128];
+    clear(range);
+    nbus_get_range(variable, range, sizeof range);
+    int lowest = getRangeMin(range);
+    // only the lower bound is enforced (kept)
+    [[maybe_unused]] int highest = getRangeMax(range);
+    if (rate != 0) {
+        char text[16];
+        format_into(text, "%d", rate < lowest ? lowest : rate);
+        nbus_set(variable, text);
+        LOG("Set TC nbus %s = %s!!\n", current, text);
+        nbus_set(current, text);
+        LOG("Set %s = %s done!!\n", variable, text);
+    } else {
+        LOG("Set %s = %s done!!\n", variable, value);
+    }
+    nbus_set(control, "cvbr");
+}
+
+HANDLER(cb_corvane_rlmode)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    int camera = camera_of(name);
+    if (camera == 0) {
+        LOG("ERR(CAM0), %s = %s\n", name, value);
+        return;
+    }
+    int stream = stream_of(name, ratelimit_mode_keys, 1);
+    char limit[64];
+    stream_node(limit, camera, stream, "enable_bitrate_limit");
+    nbus_set(limit, value);
+    if (equals(value, "off")) {
+        char current[64];
+        stream_node(current, camera, stream, "bit_rate");
+        nbus_set(current, kUnlimitedBitRate);
+        LOG("Set TC nbus %s=8000\n", current);
+    }
+    LOG("Set  %s = %s done!!\n", limit, value);
+}
+
+// Range texts hold "cont[min~max]": the first piece is the lower bound.
 int getRangeMin(const char *range)
 {
-    (void)range;
-    return 0;
+    return range_piece(range, Piece::first);
 }
 
 int getRangeMax(const char *range)
 {
-    (void)range;
-    return 0;
+    return range_piece(range, Piece::last);
 }
-

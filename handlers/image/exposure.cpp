@@ -1,16 +1,351 @@
-#include "bindings/placeholder.h"
+// Exposure, gain, wide dynamic range, low light, day/night and mains
+// frequency: legacy values to the sensors' (or the global) exposure nodes.
+#include <cstdint>
+#include <iterator>
 
-PLACEHOLDER_HANDLER(cb_corvane_exposure_mode)
-PLACEHOLDER_HANDLER(cb_corvane_autoexp)
-PLACEHOLDER_HANDLER(cb_corvane_shortexposures)
-PLACEHOLDER_HANDLER(cb_corvane_lowlight)
-PLACEHOLDER_HANDLER(cb_corvane_wdr)
-PLACEHOLDER_HANDLER(cb_corvane_analoggain)
-PLACEHOLDER_HANDLER(cb_corvane_daygain)
-PLACEHOLDER_HANDLER(cb_corvane_nightgain)
-PLACEHOLDER_HANDLER(cb_corvane_daynight)
-PLACEHOLDER_HANDLER(cb_corvane_dn_hrmin)
-PLACEHOLDER_HANDLER(cb_corvane_freq)
-PLACEHOLDER_HANDLER(cb_corvane_equalbright)
-PLACEHOLDER_HANDLER(cb_corvane_sync_awb_dn_ae)
-PLACEHOLDER_HANDLER(cb_corvane_defog)
+#include "bindings/routines.h"
+#include "frame/context.h"
+#include "frame/log.h"
+#include "frame/node.h"
+#include "frame/text.h"
+
+namespace {
+
+// A native node per sensor ("cam%d") and its global form, picked by a key
+// that the legacy name holds.
+struct KeyedNode {
+    const char *key;
+    const char *camera;
+    const char *global;
+};
+
+// Whether camera 5 addresses its own sensor or, like 0, the global node.
+enum class Five { sensor, global };
+
+// The sensor a legacy name addresses: the digit after ".cam" when it is
+// 1..9, else 0 for the global node.
+int sensor_of(const char *name, Five five = Five::sensor)
+{
+    int camera = camera_digit(name);
+    if (camera < 1 || camera > 9 || (five == Five::global && camera == 5))
+        return 0;
+    return camera;
+}
+
+template <size_t N>
+void node_of(char (&buffer)[N], const char *camera_pattern, const char *global_name, int sensor)
+{
+    if (sensor == 0)
+        copy_into(buffer, global_name);
+    else
+        expand_pattern(buffer, camera_pattern, sensor);
+}
+
+template <size_t N>
+const KeyedNode *keyed_node(const char *name, const KeyedNode (&table)[N])
+{
+    for (const KeyedNode &row : table)
+        if (contains(name, row.key))
+            return &row;
+    return nullptr;
+}
+
+// The value formatted with itself as the format and no arguments, as the
+// legacy interface did it: "%%" gives "%". Any other conversion would read
+// an argument that is not there, so it is copied as it stands instead.
+template <size_t N>
+void expand_own_format(char (&buffer)[N], const char *value)
+{
+    size_t length = 0;
+    for (const char *next = value; *next != '\0' && length + 1 < N; ++next) {
+        if (next[0] == '%' && next[1] == '%')
+            ++next;
+        buffer[length++] = *next;
+    }
+    buffer[length] = '\0';
+}
+
+constexpr KeyedNode exposure_mode_nodes[] = {
+    {"expo_mode", "image.cam%d.exposure.mode", "image.global.exposure.mode"},
+    {"_wb_", "image.cam%d.wb.mode", "image.global.wb.mode"},
+    {"_wdr", "image.cam%d.exposure.wdr", "image.global.exposure.wdr"},
+    {"slowshutter", "image.cam%d.exposure.lowlightmode_slowshutter",
+     "image.global.exposure.lowlightmode_slowshutter"},
+};
+
+constexpr WordMapping autoexp_words[] = {{"on", "auto"}, {"off", "lock"}};
+
+// "balance" maps to "balanced" but an unknown word to "balance" (kept:
+// clients rely on both words).
+constexpr WordMapping lowlight_words[] = {
+    {"balance", "balanced"}, {"speed", "quality"},     {"quality", "quality"},
+    {"highspeed", "highspeed"}, {"moonlight", "moonlight"},
+};
+
+// Tested in this order: a value holding both "day" and "night" forces day.
+constexpr WordMapping daynight_words[] = {
+    {"day", "force_day"}, {"night", "force_night"}, {"auto", "auto"}, {"schedule", "user_define"}};
+
+constexpr KeyedNode day_night_time_nodes[] = {
+    {"_shr", "image.cam%d.exposure.day_night_start_hour", "image.global.exposure.day_night_start_hour"},
+    {"_smin", "image.cam%d.exposure.day_night_start_min", "image.global.exposure.day_night_start_min"},
+    {"_ehr", "image.cam%d.exposure.day_night_end_hour", "image.global.exposure.day_night_end_hour"},
+    {"_emin", "image.cam%d.exposure.day_night_end_min", "image.global.exposure.day_night_end_min"},
+};
+
+struct MainsFrequency {
+    const char *value;
+    const char *lighting;
+    const char *camera_type;
+};
+constexpr MainsFrequency mains_frequencies[] = {{"50", "off", "pal"}, {"60", "off", "ntsc"}};
+constexpr MainsFrequency other_frequency = {"", "on", "ntsc"};
+
+constexpr WordMapping equalbright_modes[] = {{"on", "global"}, {"off", "auto"}};
+
+constexpr const char *sync_nodes[][2] = {
+    {"sync_daynight", "image.global.sync_daynight"},
+    {"sync_awb", "image.global.sync_awb"},
+    {"sync_ae", "image.global.sync_ae"},
+};
+
+// Camera 1's day/night settings, copied to the other sensors' legacy nodes.
+constexpr const char *day_night_legacy_nodes[] = {
+    "corvane.cam%d.daynight", "corvane.cam%d.daygain", "corvane.cam%d.nightgain", "corvane.cam%d.dn_shr",
+    "corvane.cam%d.dn_smin",  "corvane.cam%d.dn_ehr",  "corvane.cam%d.dn_emin",
+};
+static_assert(std::size(day_night_legacy_nodes) == 7);
+
+constexpr WordMapping defog_levels[] = {{"off", "0"}, {"low", "85"}, {"medium", "170"}, {"high", "255"}};
+
+} // namespace
+
+HANDLER(cb_corvane_exposure_mode)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const KeyedNode *row = keyed_node(name, exposure_mode_nodes);
+    if (!row) {
+        LOG("error parameters: N-%s, V-%s!!\n", name, value);
+        return;
+    }
+    char native[128];
+    node_of(native, row->camera, row->global, sensor_of(name));
+    nbus_set(native, value);
+    LOG("Set %s by %s = %s done!!\n", native, name, value);
+}
+
+HANDLER(cb_corvane_autoexp)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    // camera 5 is the global node here (kept)
+    int sensor = sensor_of(name, Five::global);
+    const char *mode = word_equal_to(value, autoexp_words, nullptr);
+    if (!mode) {
+        LOG("ERR %s(%d) = %s!!\n", name, sensor, value);
+        return;
+    }
+    char native[128];
+    node_of(native, "image.cam%d.exposure.mode", "image.global.exposure.mode", sensor);
+    nbus_set(native, mode);
+    LOG("Set %s (%s) done!!\n", native, mode);
+}
+
+HANDLER(cb_corvane_shortexposures)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char text[16];
+    format_into(text, "%d", parse_decimal(value));
+    char native[128];
+    node_of(native, "image.cam%d.exposure.lowlightshutter", "image.global.exposure.lowlightshutter",
+            sensor_of(name));
+    nbus_set(native, text);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, text);
+}
+
+HANDLER(cb_corvane_lowlight)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *mode = word_equal_to(value, lowlight_words, "balance");
+    char native[128];
+    node_of(native, "image.cam%d.exposure.lowlightmode", "image.global.exposure.lowlightmode", sensor_of(name));
+    nbus_set(native, mode);
+    LOG("Set %s = %s done\n", native, mode);
+}
+
+HANDLER(cb_corvane_wdr)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *mode = contains(value, "off") ? "off" : "on";
+    char native[128];
+    int sensor = sensor_of(name);
+    if (sensor != 0) {
+        expand_pattern(native, "image.cam%d.exposure.wdr", sensor);
+        nbus_set(native, mode);
+        return;
+    }
+    for (int camera = 1; camera <= service.cam_count; ++camera) {
+        expand_pattern(native, "image.cam%d.exposure.wdr", camera);
+        nbus_set(native, mode);
+    }
+}
+
+HANDLER(cb_corvane_analoggain)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char text[16];
+    format_into(text, "%d", wrap_int32(int64_t{parse_decimal(value)} * 10));
+    char native[128];
+    node_of(native, "image.cam%d.exposure.max_gain", "image.global.exposure.max_gain",
+            sensor_of(name, Five::global));
+    nbus_set(native, text);
+    LOG(" %s = %s Done!!\n", native, text);
+}
+
+HANDLER(cb_corvane_daygain)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char gain[16];
+    expand_own_format(gain, value);
+    char native[128];
+    node_of(native, "image.cam%d.exposure.i2c_night2day", "image.global.exposure.i2c_night2day", sensor_of(name));
+    nbus_set(native, gain);
+    LOG("Set %s by %s = %s done!!\n", native, name, gain);
+}
+
+HANDLER(cb_corvane_nightgain)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    char gain[16];
+    expand_own_format(gain, value);
+    char native[128];
+    node_of(native, "image.cam%d.exposure.i2c_day2night", "image.global.exposure.i2c_day2night", sensor_of(name));
+    nbus_set(native, gain);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, gain);
+}
+
+HANDLER(cb_corvane_daynight)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *mode = word_containing(value, daynight_words, "auto");
+    char native[128];
+    node_of(native, "image.cam%d.exposure.day_night", "image.global.exposure.day_night", sensor_of(name));
+    nbus_set(native, mode);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, mode);
+}
+
+HANDLER(cb_corvane_dn_hrmin)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const KeyedNode *row = keyed_node(name, day_night_time_nodes);
+    if (!row) {
+        LOG("Cam0-Err: %s = %s!!\n", name, value);
+        return;
+    }
+    char native[128];
+    // camera 5 is the global node here (kept)
+    node_of(native, row->camera, row->global, sensor_of(name, Five::global));
+    nbus_set(native, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
+}
+
+HANDLER(cb_corvane_freq)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set("system.frequency_value", value);
+    const MainsFrequency *mains = &other_frequency;
+    for (const MainsFrequency &row : mains_frequencies)
+        if (mains == &other_frequency && equals(value, row.value))
+            mains = &row;
+    nbus_set("system.lighting_type", mains->lighting);
+    nbus_set("system.camera_type", mains->camera_type);
+    LOG(" %s = %s Done!!\n", "system.frequency_value", value);
+}
+
+HANDLER(cb_corvane_equalbright)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set("image.global.sync_brightness", value);
+    if (const char *mode = word_equal_to(value, equalbright_modes, nullptr)) {
+        nbus_set("image.global.exposure.mode", mode);
+        for (int camera = 1; camera <= service.cam_count; ++camera) {
+            char native[128];
+            expand_pattern(native, "image.cam%d.exposure.mode", camera);
+            nbus_set(native, mode);
+            LOG("set %s:%s\n", native, mode);
+        }
+    }
+    LOG("Set %s(%s) = %s done!!\n", name, "image.global.sync_brightness", value);
+}
+
+HANDLER(cb_corvane_sync_awb_dn_ae)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *native = nullptr;
+    for (const auto &row : sync_nodes)
+        if (!native && contains(name, row[0]))
+            native = row[1];
+    if (!native) {
+        LOG("Err: %s = %s!!\n", name, value);
+        return;
+    }
+    nbus_set(native, value);
+    LOG("Set %s = %s done!!\n", native, value);
+    if (!equals(native, "image.global.sync_daynight") || parse_decimal(value) <= 0)
+        return;
+    // the other sensors' legacy nodes take camera 1's; their handlers follow
+    for (const char *pattern : day_night_legacy_nodes) {
+        char node[128];
+        char setting[32];
+        expand_pattern(node, pattern, 1);
+        if (int error = read_node(node, setting)) {
+            LOG("nbus_get %s, error : %d!!\n", node, error);
+            continue;
+        }
+        for (int camera = 2; camera <= service.cam_count; ++camera) {
+            expand_pattern(node, pattern, camera);
+            nbus_set(node, setting);
+        }
+    }
+}
+
+HANDLER(cb_corvane_defog)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *level = word_equal_to(value, defog_levels, nullptr);
+    if (!level) {
+        LOG("error nbus value: N-%s, V-%s!!\n", name, value);
+        return;
+    }
+    char native[128];
+    node_of(native, "image.cam%d.defog", "image.global.defog", sensor_of(name));
+    nbus_set(native, level);
+    LOG("Set %s=%s by (%s=%s) done!!\n", native, level, name, value);
+}
