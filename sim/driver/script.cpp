@@ -468,8 +468,10 @@ void ScriptRunner::head(Arguments &arguments)
         fail("head: unknown word '" + word + "'");
         return;
     }
+    // an action of its own, so that expect-log can read the view
+    begin_action();
     fputs(head_text(sim::head_state()).c_str(), stdout);
-    fflush(stdout);
+    end_action();
 }
 
 void ScriptRunner::svg(Arguments &arguments)
@@ -488,6 +490,8 @@ void ScriptRunner::check_trace(Arguments &arguments)
     trace_since_check_.clear();
     std::vector<std::string> expected;
     std::string files;
+    if (arguments.empty())
+        fail("check-trace: no file named");
     while (!arguments.empty()) {
         std::string path = arguments.word();
         files += (files.empty() ? "" : " ") + path;
