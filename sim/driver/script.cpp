@@ -141,6 +141,7 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"head", &ScriptRunner::head, "head [reset]              print the simulated head (reset: set it up anew)"},
     {"svg", &ScriptRunner::svg, "svg FILE                  draw the simulated head into an SVG file"},
     {"check-trace", &ScriptRunner::check_trace, "check-trace FILE...       the trace since the last check equals the FILEs"},
+    {"clear-trace", &ScriptRunner::clear_trace, "clear-trace               the next check-trace starts here"},
 };
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
@@ -521,6 +522,11 @@ void ScriptRunner::check_trace(Arguments &arguments)
              std::to_string(actual.size()) +
              (actual.size() > count ? ", first extra: '" + actual[count] + "'"
                                     : ", first missing: '" + expected[count] + "'"));
+}
+
+void ScriptRunner::clear_trace(Arguments &)
+{
+    trace_since_check_.clear();
 }
 
 // Handled before the daemon starts (script_devices).

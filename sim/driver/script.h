@@ -66,6 +66,7 @@ private:
     void head(Arguments &);
     void svg(Arguments &);
     void check_trace(Arguments &);
+    void clear_trace(Arguments &);
 
     std::string source_;
     int line_ = 0;
