@@ -28,3 +28,6 @@ foreach(scenario ${SCENARIOS})
   set_tests_properties(scenario/${scenario_name} PROPERTIES TIMEOUT 120)
 endforeach()
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
+
+# The head views of corvane-sim are tested directly.
+target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)

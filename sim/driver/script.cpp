@@ -8,7 +8,9 @@
 
 #include "frame/context.h"
 #include "lens/lens_profile.h"
+#include "sim/driver/head.h"
 #include "sim/driver/routines.h"
+#include "sim/platform/head.h"
 #include "sim/platform/text_escape.h"
 
 struct ScriptRunner::Arguments {
@@ -137,6 +139,10 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"expect-exit", &ScriptRunner::expect_exit, "expect-exit N             the daemon returned N"},
     {"expect-listeners", &ScriptRunner::expect_listeners, "expect-listeners NAME N   registrations on NAME"},
     {"device", &ScriptRunner::device_header, "device FILE               (first lines only) the device to start"},
+    {"head", &ScriptRunner::head, "head [reset]              print the simulated head (reset: set it up anew)"},
+    {"svg", &ScriptRunner::svg, "svg FILE                  draw the simulated head into an SVG file"},
+    {"check-trace", &ScriptRunner::check_trace, "check-trace FILE...       the trace since the last check equals the FILEs"},
+    {"clear-trace", &ScriptRunner::clear_trace, "clear-trace               the next check-trace starts here"},
 };
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
@@ -174,6 +180,7 @@ void ScriptRunner::end_action()
     sim::wait_idle();
     fflush(stdout);
     last_ = sim::take_record();
+    trace_since_check_.insert(trace_since_check_.end(), last_.trace.begin(), last_.trace.end());
     if (console_)
         for (auto &[name, value] : last_.writes)
             printf("  => %s = %s\n", name.c_str(), value.c_str());
@@ -458,6 +465,77 @@ void ScriptRunner::expect_listeners(Arguments &arguments)
     int count = sim::listener_count(name);
     if (count != wanted)
         fail("expect " + std::to_string(wanted) + " listeners on " + name + ": " + std::to_string(count));
+}
+
+void ScriptRunner::head(Arguments &arguments)
+{
+    std::string word = arguments.word();
+    if (word == "reset") {
+        sim::reset_head();
+        return;
+    }
+    if (!word.empty()) {
+        fail("head: unknown word '" + word + "'");
+        return;
+    }
+    // an action of its own, so that expect-log can read the view
+    begin_action();
+    fputs(head_text(sim::head_state()).c_str(), stdout);
+    end_action();
+}
+
+void ScriptRunner::svg(Arguments &arguments)
+{
+    std::string path = arguments.rest();
+    std::ofstream out(path);
+    if (path.empty() || !(out << head_svg(sim::head_state())))
+        fail("svg: cannot write '" + path + "'");
+}
+
+// The files are read one after the other as one expected trace; a run of
+// one poll is one line with its count (" x12"), as in the trace file.
+void ScriptRunner::check_trace(Arguments &arguments)
+{
+    std::vector<std::string> actual = std::move(trace_since_check_);
+    trace_since_check_.clear();
+    std::vector<std::string> expected;
+    std::string files;
+    if (arguments.empty())
+        fail("check-trace: no file named");
+    while (!arguments.empty()) {
+        std::string path = arguments.word();
+        files += (files.empty() ? "" : " ") + path;
+        std::ifstream in(path);
+        if (!in) {
+            fail("check-trace: cannot read '" + path + "'");
+            return;
+        }
+        std::string line;
+        while (std::getline(in, line)) {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            if (!line.empty() && line[0] != '#')
+                expected.push_back(line);
+        }
+    }
+    size_t count = std::min(expected.size(), actual.size());
+    for (size_t i = 0; i < count; ++i) {
+        if (expected[i] != actual[i]) {
+            fail("check-trace " + files + ": line " + std::to_string(i + 1) + ": expected '" + expected[i] +
+                 "', traced '" + actual[i] + "'");
+            return;
+        }
+    }
+    if (expected.size() != actual.size())
+        fail("check-trace " + files + ": expected " + std::to_string(expected.size()) + " lines, traced " +
+             std::to_string(actual.size()) +
+             (actual.size() > count ? ", first extra: '" + actual[count] + "'"
+                                    : ", first missing: '" + expected[count] + "'"));
+}
+
+void ScriptRunner::clear_trace(Arguments &)
+{
+    trace_since_check_.clear();
 }
 
 // Handled before the daemon starts (script_devices).

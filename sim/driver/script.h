@@ -63,6 +63,10 @@ private:
     void expect_exit(Arguments &);
     void expect_listeners(Arguments &);
     void device_header(Arguments &);
+    void head(Arguments &);
+    void svg(Arguments &);
+    void check_trace(Arguments &);
+    void clear_trace(Arguments &);
     void lockstep(Arguments &);
 
 public:
@@ -79,6 +83,7 @@ private:
     int daemon_status_ = -1;
     long last_result_ = 0;
     sim::Record last_;
+    std::vector<std::string> trace_since_check_;  // trace of the actions since the last check-trace
 };
 
 // Device files named by "device FILE" lines of a script, resolved against

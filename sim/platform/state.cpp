@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "sim/platform/head.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
 
@@ -26,6 +27,8 @@ Record current;
 FILE *trace_file = nullptr;
 std::string last_poll;
 long repeated_polls = 0;
+size_t poll_record_index = SIZE_MAX;  // the run's line in `current`, if it is there
+long record_repeats = 0;              // the run's length within `current`
 std::function<std::string(const void *)> namer;
 
 long divisor = 100;
@@ -161,15 +164,18 @@ void reset_bus();
 void reset()
 {
     reset_bus();
+    reset_head();
     std::lock_guard<std::mutex> lock(state_mutex);
     params.clear();
     current = Record();
+    poll_record_index = SIZE_MAX;
     configured = true;
 }
 
 Record take_record()
 {
     std::lock_guard<std::mutex> lock(state_mutex);
+    poll_record_index = SIZE_MAX;
     Record done = std::move(current);
     current = Record();
     return done;
@@ -180,6 +186,14 @@ void trace(const std::string &line, bool poll)
     std::lock_guard<std::mutex> lock(state_mutex);
     if (poll && line == last_poll) {
         ++repeated_polls;
+        // the record shows a run of one poll as the trace file does
+        if (poll_record_index < current.trace.size()) {
+            current.trace[poll_record_index] = line + " x" + std::to_string(++record_repeats);
+        } else {
+            current.trace.push_back(line);
+            poll_record_index = current.trace.size() - 1;
+            record_repeats = 1;
+        }
         return;
     }
     flush_poll_locked();
@@ -187,6 +201,8 @@ void trace(const std::string &line, bool poll)
     if (poll) {
         last_poll = line;
         repeated_polls = 1;
+        poll_record_index = current.trace.size() - 1;
+        record_repeats = 1;
     } else if (trace_file) {
         fprintf(trace_file, "%s\n", line.c_str());
     }
