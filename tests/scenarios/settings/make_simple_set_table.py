@@ -148,7 +148,6 @@ def emit(lines, command, legacy, native, writes=1):
     counter += 1
     lines.append(f"{command} corvane.{legacy} {value}")
     lines.append(f"expect-write {native} {value}")
-    lines.append(f"expect {native} {value}")
     lines.append(f"expect-writes {writes}")
 
 
