@@ -1,16 +1,234 @@
-#include "bindings/placeholder.h"
+// IPv4/IPv6 addresses, time server, service ports, and the network option
+// word "corvane.netopt" that folds the IPv4 mode, the date mode and the IPv6
+// switch into bits.
+#include <cstdint>
 
-PLACEHOLDER_HANDLER(cb_corvane_ip)
-PLACEHOLDER_HANDLER(cb_corvane_gateway)
-PLACEHOLDER_HANDLER(cb_corvane_subnetmask)
-PLACEHOLDER_HANDLER(cb_corvane_ipv6address)
-PLACEHOLDER_HANDLER(cb_corvane_ipv6prefixlen)
-PLACEHOLDER_HANDLER(cb_corvane_ntpserver_ip)
-PLACEHOLDER_HANDLER(cb_corvane_liveipv4)
-PLACEHOLDER_HANDLER(cb_corvane_rtspport)
-PLACEHOLDER_HANDLER(cb_corvane_webserverport)
-PLACEHOLDER_HANDLER(cb_corvane_eth_negotiation)
-PLACEHOLDER_HANDLER(cb_corvane_ipv4mode)
-PLACEHOLDER_HANDLER(cb_corvane_datemode)
-PLACEHOLDER_HANDLER(cb_corvane_ipv6enabled)
-PLACEHOLDER_HANDLER(cb_corvane_netopt)
+#include "bindings/routines.h"
+#include "frame/context.h"
+#include "frame/log.h"
+#include "frame/node.h"
+#include "frame/text.h"
+#include "platform/nbus.h"
+
+namespace {
+
+constexpr const char *kNetopt = "corvane.netopt";
+
+constexpr const char *kIpAddress = "network.ipv4.ip_addr";
+constexpr const char *kGateway = "network.ipv4.gateway";
+constexpr const char *kMask = "network.ipv4.mask";
+constexpr const char *kIpv6Address = "network.ipv6.address";
+constexpr const char *kIpv6Prefix = "network.ipv6.address_prefixlength";
+constexpr const char *kNtpServer = "system.datetime.ntp.manual.address";
+constexpr const char *kLiveIpv4 = "network.status.ipv4.live_ip";
+constexpr const char *kRtspPort = "network.rtsp.port";
+constexpr const char *kIpv4Mode = "network.ipv4.mode";
+constexpr const char *kDateMode = "system.datetime.mode";
+constexpr const char *kIpv6Enable = "network.ipv6.enable";
+
+// The unnumbered legacy port feeds the native port with the suffix and the
+// reverse; the numbered name stands first since it holds the other.
+constexpr WordMapping web_ports[] = {
+    {"webserverport2", "network.http_port"},
+    {"webserverport", "network.http_port_2"},
+};
+
+// One bit of the option word and the legacy switch that mirrors it.
+struct OptionSwitch {
+    const char *legacy;
+    int32_t bit;
+    const char *set_word;
+    const char *clear_word;
+};
+
+constexpr OptionSwitch option_switches[] = {
+    {"corvane.ipv4mode", 1, "dhcp", "manual"},
+    {"corvane.datemode", 16, "ntp", "manual"},
+    {"corvane.ipv6enabled", 512, "true", "false"},
+};
+
+// Outcome of bringing one bit of the option word in line with a switch.
+struct BitUpdate {
+    int error;      // read error of the option word, 0 when read
+    bool written;   // the word differed and was rewritten
+    char number[16];
+};
+
+BitUpdate align_option_bit(int32_t bit, bool wanted)
+{
+    BitUpdate update{};
+    char word[8];
+    update.error = read_node(kNetopt, word);
+    if (update.error)
+        return update;
+    int32_t current = parse_decimal(word);
+    if (((current & bit) != 0) == wanted)
+        return update;
+    int32_t next = wanted ? (current | bit) : (current & ~bit);
+    format_into(update.number, "%d", next);
+    nbus_set(kNetopt, update.number);
+    update.written = true;
+    return update;
+}
+
+} // namespace
+
+HANDLER(cb_corvane_ip)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kIpAddress, value);
+    LOG("Set %s = %s !!\n", name, value);
+}
+
+HANDLER(cb_corvane_gateway)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kGateway, value);
+    LOG("Set %s = %s!!\n", kGateway, value);
+}
+
+HANDLER(cb_corvane_subnetmask)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kMask, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kMask, value);
+}
+
+HANDLER(cb_corvane_ipv6address)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kIpv6Address, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Address, value);
+}
+
+HANDLER(cb_corvane_ipv6prefixlen)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kIpv6Prefix, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Prefix, value);
+}
+
+HANDLER(cb_corvane_ntpserver_ip)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kNtpServer, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNtpServer, value);
+}
+
+HANDLER(cb_corvane_liveipv4)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kLiveIpv4, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kLiveIpv4, value);
+}
+
+HANDLER(cb_corvane_rtspport)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kRtspPort, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kRtspPort, value);
+}
+
+HANDLER(cb_corvane_webserverport)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    const char *native = word_containing(name, web_ports, nullptr);
+    if (!native) {
+        LOG("Err: %s = %s!!\n", name, value);
+        return;
+    }
+    nbus_set(native, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
+}
+
+// Bound to no node: stands ready, translates nothing yet.
+HANDLER(cb_corvane_eth_negotiation)
+{
+    if (!service.ready)
+        return;
+    LOG("cb_corvane_eth_negotiation (TBD), by %s = %s!!\n", name, value);
+}
+
+HANDLER(cb_corvane_ipv4mode)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kIpv4Mode, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv4Mode, value);
+    BitUpdate update = align_option_bit(option_switches[0].bit, contains(value, "dhcp"));
+    if (update.error)
+        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
+    else if (update.written)
+        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+}
+
+HANDLER(cb_corvane_datemode)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    nbus_set(kDateMode, value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kDateMode, value);
+    BitUpdate update = align_option_bit(option_switches[1].bit, contains(value, "ntp"));
+    if (update.error)
+        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
+    else if (update.written)
+        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+}
+
+HANDLER(cb_corvane_ipv6enabled)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    bool enabled = contains(value, "true");
+    const char *native_value = enabled ? "on" : "off";
+    nbus_set(kIpv6Enable, native_value);
+    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Enable, native_value);
+    BitUpdate update = align_option_bit(option_switches[2].bit, enabled);
+    if (update.error)
+        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
+    else if (update.written)
+        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+}
+
+// Fans the bit set out to the three legacy switches; their handlers write the
+// native nodes and find their bit already in line, so the cascade ends there.
+HANDLER(cb_corvane_netopt)
+{
+    if (!service.ready)
+        return;
+    LOG("Enter %s = %s!!\n", name, value);
+    int32_t options = parse_decimal(value);
+    for (const OptionSwitch &option : option_switches) {
+        char current[8];
+        if (int error = read_node(option.legacy, current)) {
+            LOG("nbus_get %s, error : %d!!\n", option.legacy, error);
+            return;
+        }
+        const char *wanted = (options & option.bit) ? option.set_word : option.clear_word;
+        // kept: the incoming bit-set text, not the switch read, is compared
+        if (!equals(value, wanted))
+            nbus_set(option.legacy, wanted);
+    }
+    LOG("Set %s = %s(%d) done!!\n", name, value, options);
+}
