@@ -54,6 +54,21 @@ inline int32_t wrap_int32(int64_t value)
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
 }
 
+// The value formatted with itself as the format and no arguments, as the
+// legacy interface did it: "%%" gives "%". Any other conversion would read
+// an argument that is not there, so it is copied as it stands instead.
+template <size_t N>
+void expand_own_format(char (&buffer)[N], const char *value)
+{
+    size_t length = 0;
+    for (const char *next = value; *next != '\0' && length + 1 < N; ++next) {
+        if (next[0] == '%' && next[1] == '%')
+            ++next;
+        buffer[length++] = *next;
+    }
+    buffer[length] = '\0';
+}
+
 // Bounded copy: at most N-1 bytes of `text`, always terminated.
 template <size_t N>
 void copy_into(char (&buffer)[N], const char *text)

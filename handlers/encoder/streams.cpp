@@ -49,21 +49,6 @@ void stream_node(char (&buffer)[N], int camera, int stream, const char *leaf)
         format_into(buffer, "encode.cam%d.stream%d.%s", camera, stream, leaf);
 }
 
-// The value formatted with itself as the format and no arguments, as the
-// legacy interface did it: "%%" gives "%". Any other conversion would read
-// an argument that is not there, so it is copied as it stands instead.
-template <size_t N>
-void expand_own_format(char (&buffer)[N], const char *value)
-{
-    size_t length = 0;
-    for (const char *next = value; *next != '\0' && length + 1 < N; ++next) {
-        if (next[0] == '%' && next[1] == '%')
-            ++next;
-        buffer[length++] = *next;
-    }
-    buffer[length] = '\0';
-}
-
 const char *quality_word(int32_t level)
 {
     if (level >= 1 && level <= 7)

@@ -50,21 +50,6 @@ const KeyedNode *keyed_node(const char *name, const KeyedNode (&table)[N])
     return nullptr;
 }
 
-// The value formatted with itself as the format and no arguments, as the
-// legacy interface did it: "%%" gives "%". Any other conversion would read
-// an argument that is not there, so it is copied as it stands instead.
-template <size_t N>
-void expand_own_format(char (&buffer)[N], const char *value)
-{
-    size_t length = 0;
-    for (const char *next = value; *next != '\0' && length + 1 < N; ++next) {
-        if (next[0] == '%' && next[1] == '%')
-            ++next;
-        buffer[length++] = *next;
-    }
-    buffer[length] = '\0';
-}
-
 constexpr KeyedNode exposure_mode_nodes[] = {
     {"expo_mode", "image.cam%d.exposure.mode", "image.global.exposure.mode"},
     {"_wb_", "image.cam%d.wb.mode", "image.global.wb.mode"},
