@@ -285,10 +285,10 @@ void ScriptRunner::call(Arguments &arguments)
 void ScriptRunner::signal(Arguments &arguments)
 {
     int number = static_cast<int>(arguments.number());
-    begin_action();
+    // Its effects come later, on the daemon's own time: they belong to the
+    // record of the next action (wait-exit), so the signal closes none.
     kill(getpid(), number);
     sim::set_lockstep(false);
-    end_action();
 }
 
 void ScriptRunner::lockstep(Arguments &arguments)
