@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm clean
+.PHONY: all demo test deps host asan arm clean soak fuzz tsan
 
 all: host
 
@@ -28,6 +28,18 @@ demo: deps
 
 test:
 	scripts/test.sh
+
+# 1,000,000 client writes through corvane-sim in a fixed memory bound, and
+# the whole fault loop.
+soak: host
+	build/host/corvane-sim --script tests/soak/long.scn > /dev/null
+	build/host/corvane-fault-loop
+
+# corvane-sim under ThreadSanitizer: client writes, ticks and stop signals.
+tsan:
+	CC=gcc CXX=g++ cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TSAN=ON -DCORVANE_TESTS=OFF
+	cmake --build build/tsan -j $(JOBS) --target corvane-sim
+	TSAN_OPTIONS="halt_on_error=1 exitcode=66" build/tsan/corvane-sim --script tests/soak/threads.scn > /dev/null
 
 clean:
 	rm -rf build

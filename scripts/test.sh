@@ -18,3 +18,5 @@ run() {
 run host -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run asan -DCMAKE_BUILD_TYPE=Debug -DCORVANE_SANITIZE=ON
 run arm -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
+# ThreadSanitizer: corvane-sim under client writes, ticks and stop signals.
+make -s tsan JOBS="$jobs"

@@ -130,6 +130,10 @@ int main(int argc, char **argv)
         driver = std::thread(run_script, &runner, options.script);
 
     int status = corvaned::main();
+    // The daemon has returned: later stop signals find nobody to stop, and
+    // its exit flag stays as the script reads it.
+    for (int stop_signal : {SIGINT, SIGTERM, SIGQUIT})
+        signal(stop_signal, SIG_IGN);
     runner.set_daemon_status(status);
     sim::mark_finished();
 

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "frame/context.h"
 #include "lens/lens_profile.h"
 #include "sim/driver/head.h"
@@ -55,6 +57,24 @@ struct ScriptRunner::Arguments {
 };
 
 namespace {
+
+// check-trace compares at most this many lines; beyond it the lines are
+// dropped, so that a long demo or soak keeps a fixed footprint.
+constexpr size_t kCheckedTraceLines = 50000;
+
+// Resident set size of this process in bytes (0 when unknown).
+long resident_bytes()
+{
+    long pages = 0;
+    long resident = 0;
+    FILE *statm = fopen("/proc/self/statm", "r");
+    if (!statm)
+        return 0;
+    if (fscanf(statm, "%ld %ld", &pages, &resident) != 2)
+        resident = 0;
+    fclose(statm);
+    return resident * sysconf(_SC_PAGESIZE);
+}
 
 struct ContextField {
     const char *name;
@@ -143,6 +163,11 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"svg", &ScriptRunner::svg, "svg FILE                  draw the simulated head into an SVG file"},
     {"check-trace", &ScriptRunner::check_trace, "check-trace FILE...       the trace since the last check equals the FILEs"},
     {"clear-trace", &ScriptRunner::clear_trace, "clear-trace               the next check-trace starts here"},
+    {"burst", &ScriptRunner::burst, "burst N NAME VALUE...     N client writes of NAME, cycling through the VALUEs"},
+    {"expect-deliveries", &ScriptRunner::expect_deliveries,
+     "expect-deliveries N       the last action or burst delivered N notifications"},
+    {"expect-memory-growth-below", &ScriptRunner::expect_memory_growth,
+     "expect-memory-growth-below KB  resident growth over the last burst's second half"},
 };
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
@@ -173,14 +198,21 @@ void ScriptRunner::fail(const std::string &what)
 
 // An action's record holds everything since the previous action ended, so
 // what the daemon does on its own in between (a shutdown) is not lost.
-void ScriptRunner::begin_action() {}
+void ScriptRunner::begin_action()
+{
+    deliveries_mark_ = sim::deliveries();
+}
 
 void ScriptRunner::end_action()
 {
     sim::wait_idle();
     fflush(stdout);
     last_ = sim::take_record();
-    trace_since_check_.insert(trace_since_check_.end(), last_.trace.begin(), last_.trace.end());
+    last_deliveries_ = sim::deliveries() - deliveries_mark_;
+    size_t room = kCheckedTraceLines - std::min(kCheckedTraceLines, trace_since_check_.size());
+    trace_overflow_ = trace_overflow_ || last_.trace.size() > room;
+    trace_since_check_.insert(trace_since_check_.end(), last_.trace.begin(),
+                              last_.trace.begin() + static_cast<long>(std::min(room, last_.trace.size())));
     if (console_)
         for (auto &[name, value] : last_.writes)
             printf("  => %s = %s\n", name.c_str(), value.c_str());
@@ -193,6 +225,51 @@ void ScriptRunner::client_set(Arguments &arguments)
     begin_action();
     sim::client_write(name, value);
     end_action();
+}
+
+// Each write is an action of its own, so that the records stay small; the
+// console does not echo them.
+void ScriptRunner::burst(Arguments &arguments)
+{
+    long count = arguments.number();
+    std::string name = arguments.word();
+    std::vector<std::string> values;
+    while (!arguments.empty())
+        values.push_back(arguments.word());
+    if (count <= 0 || values.empty()) {
+        fail("burst: expected N NAME VALUE...");
+        return;
+    }
+    bool console = console_;
+    console_ = false;
+    long delivered = 0;
+    long half_way = 0;
+    for (long i = 0; i < count; ++i) {
+        if (i == count / 2)
+            half_way = resident_bytes();
+        begin_action();
+        sim::client_write(name, values[static_cast<size_t>(i) % values.size()]);
+        end_action();
+        delivered += last_deliveries_;
+    }
+    console_ = console;
+    last_deliveries_ = delivered;
+    burst_growth_bytes_ = resident_bytes() - half_way;
+}
+
+void ScriptRunner::expect_deliveries(Arguments &arguments)
+{
+    long wanted = arguments.number();
+    if (last_deliveries_ != wanted)
+        fail("expect " + std::to_string(wanted) + " deliveries: " + std::to_string(last_deliveries_));
+}
+
+void ScriptRunner::expect_memory_growth(Arguments &arguments)
+{
+    long limit = arguments.number() * 1024;
+    if (burst_growth_bytes_ >= limit)
+        fail("expect memory growth below " + std::to_string(limit / 1024) + " KB: grew " +
+             std::to_string(burst_growth_bytes_ / 1024) + " KB");
 }
 
 void ScriptRunner::device_set(Arguments &arguments)
@@ -498,10 +575,16 @@ void ScriptRunner::check_trace(Arguments &arguments)
 {
     std::vector<std::string> actual = std::move(trace_since_check_);
     trace_since_check_.clear();
+    bool overflow = trace_overflow_;
+    trace_overflow_ = false;
     std::vector<std::string> expected;
     std::string files;
     if (arguments.empty())
         fail("check-trace: no file named");
+    if (overflow) {
+        fail("check-trace: more than " + std::to_string(kCheckedTraceLines) + " lines since the last check");
+        return;
+    }
     while (!arguments.empty()) {
         std::string path = arguments.word();
         files += (files.empty() ? "" : " ") + path;
@@ -536,6 +619,7 @@ void ScriptRunner::check_trace(Arguments &arguments)
 void ScriptRunner::clear_trace(Arguments &)
 {
     trace_since_check_.clear();
+    trace_overflow_ = false;
 }
 
 // Handled before the daemon starts (script_devices).

@@ -68,6 +68,9 @@ private:
     void check_trace(Arguments &);
     void clear_trace(Arguments &);
     void lockstep(Arguments &);
+    void burst(Arguments &);
+    void expect_deliveries(Arguments &);
+    void expect_memory_growth(Arguments &);
 
 public:
     // The start-up's record, for expectations before the first action.
@@ -84,6 +87,10 @@ private:
     long last_result_ = 0;
     sim::Record last_;
     std::vector<std::string> trace_since_check_;  // trace of the actions since the last check-trace
+    bool trace_overflow_ = false;                 // more than kCheckedTraceLines since the last check
+    long deliveries_mark_ = 0;                    // the bus's delivery count when the action began
+    long last_deliveries_ = 0;                    // notifications delivered during the latest action
+    long burst_growth_bytes_ = 0;                 // resident growth over the second half of the latest burst
 };
 
 // Device files named by "device FILE" lines of a script, resolved against

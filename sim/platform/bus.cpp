@@ -35,6 +35,7 @@ bool delivering = false;
 bool stopping = false;
 bool bus_released = false;
 long registrations = 0;
+long delivered = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
 
@@ -78,7 +79,11 @@ void store_and_notify_locked(const std::string &name, const std::string &value)
     if (found == listeners.end())
         return;
     for (nbus_callback callback : found->second)
-        queue.push_back([callback, name, value] { callback(name.c_str(), value.c_str()); });
+        queue.push_back([callback, name, value] {
+            callback(name.c_str(), value.c_str());
+            std::lock_guard<std::mutex> counted(bus_mutex);
+            ++delivered;
+        });
     bus_changed.notify_all();
 }
 
@@ -149,6 +154,7 @@ void reset_bus()
     queue.clear();
     bus_released = false;
     registrations = 0;
+    delivered = 0;
 }
 
 void client_write(const std::string &name, const std::string &value)
@@ -218,6 +224,34 @@ int listener_count(const std::string &name)
     return found == listeners.end() ? 0 : static_cast<int>(found->second.size());
 }
 
+std::vector<std::pair<std::string, const void *>> listener_routines()
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    std::vector<std::pair<std::string, const void *>> all;
+    for (auto &[name, callbacks] : listeners)
+        for (nbus_callback callback : callbacks)
+            all.emplace_back(name, reinterpret_cast<const void *>(callback));
+    return all;
+}
+
+long deliveries()
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    return delivered;
+}
+
+std::map<std::string, std::string> all_nodes()
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    return store;
+}
+
+void restore_nodes(const std::map<std::string, std::string> &nodes)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    store = nodes;
+}
+
 long listen_calls()
 {
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -253,6 +287,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
 {
     if (!name || !buf || size <= 0)
         return kBadArguments;
+    note_daemon_read(name);
     std::lock_guard<std::mutex> lock(bus_mutex);
     auto fault = read_faults.find(name);
     if (fault != read_faults.end())

@@ -10,6 +10,8 @@ namespace sim {
 void ensure_configured();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
+// The daemon read `name` (recorded).
+void note_daemon_read(const std::string &name);
 bool on_main_thread();
 void note_main_loop_sleep();
 // Escaped trace form of a node name (spaces escaped too).

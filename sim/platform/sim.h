@@ -41,6 +41,13 @@ void set_read_fault(const std::string &name, int code);
 void run_on_bus(const std::function<void()> &work);
 void wait_idle();
 int listener_count(const std::string &name);
+// Every registration as (name, routine), in name order.
+std::vector<std::pair<std::string, const void *>> listener_routines();
+// Notifications handed to listeners since the last reset.
+long deliveries();
+// The whole node store, and putting it back (no notification).
+std::map<std::string, std::string> all_nodes();
+void restore_nodes(const std::map<std::string, std::string> &nodes);
 // Registrations made since the last reset, over all names.
 long listen_calls();
 bool released();
@@ -50,6 +57,7 @@ struct Record {
     std::vector<std::pair<std::string, std::string>> writes;  // daemon writes in order
     std::string log;                                          // standard output
     std::vector<std::string> trace;                           // trace lines
+    std::vector<std::string> reads;                           // nodes the daemon read, in order
 };
 // Starts a new record; returns the one that ends.
 Record take_record();

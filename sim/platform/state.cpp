@@ -225,6 +225,12 @@ void note_daemon_write(const std::string &name, const std::string &value)
         kill(getpid(), signal_number);
 }
 
+void note_daemon_read(const std::string &name)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    current.reads.push_back(name);
+}
+
 void open_trace(const std::string &path)
 {
     std::lock_guard<std::mutex> lock(state_mutex);
