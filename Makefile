@@ -3,6 +3,8 @@ JOBS ?= $(shell nproc)
 
 .PHONY: all demo test deps host asan arm clean soak fuzz tsan
 
+FUZZ_SECONDS ?= 60
+
 all: host
 
 deps:
@@ -34,6 +36,10 @@ test:
 soak: host
 	build/host/corvane-sim --script tests/soak/long.scn > /dev/null
 	build/host/corvane-fault-loop
+
+# Every libFuzzer target for FUZZ_SECONDS seconds (clang, build/fuzz).
+fuzz:
+	scripts/fuzz.sh $(FUZZ_SECONDS)
 
 # corvane-sim under ThreadSanitizer: client writes, ticks and stop signals.
 tsan:

@@ -1,5 +1,6 @@
 #include "frame/main.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <unistd.h>
@@ -77,7 +78,9 @@ int main()
     char buffer[kWorkBufferBytes];
     clear(buffer);
     nbus_get("system.info.slave_cameras", buffer, kWorkBufferBytes);
-    service.cam_count = parse_decimal(buffer);
+    // held to the head's four sensors: a larger count would register and
+    // loop over sensors that cannot exist (2000000000 would never finish)
+    service.cam_count = std::min(parse_decimal(buffer), kMaxCameras);
 
     service.lens_step2 = profile.step2;
 

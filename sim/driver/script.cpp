@@ -170,6 +170,13 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
      "expect-memory-growth-below KB  resident growth over the last burst's second half"},
 };
 
+namespace {
+
+const char *const outside_sandbox[] = {"signal", "quit", "wait-exit", "wait-ticks", "sleep", "lockstep", "svg",
+                                       "check-trace", "context", "param", "call", "head", "fault", "burst"};
+
+} // namespace
+
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
 {
     line_ = line_number;
@@ -180,6 +187,10 @@ bool ScriptRunner::execute(const std::string &raw_line, int line_number)
     if (arguments.empty() || line[arguments.position] == '#')
         return true;
     std::string word = arguments.word();
+    if (sandbox_ && std::find(std::begin(outside_sandbox), std::end(outside_sandbox), word) != std::end(outside_sandbox)) {
+        fail("'" + word + "' is refused in the sandbox");
+        return false;
+    }
     for (const CommandEntry &entry : commands_) {
         if (word == entry.word) {
             (this->*entry.command)(arguments);

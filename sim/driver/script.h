@@ -20,6 +20,9 @@ public:
 
     // Console mode: writes are echoed after each action, "get"/"dump" print.
     void set_console(bool console) { console_ = console; }
+    // Sandbox: commands that stop the daemon, wait, touch files or the
+    // context, or call routines directly are refused (the fuzz target).
+    void set_sandbox(bool sandbox) { sandbox_ = sandbox; }
 
 private:
     struct Arguments;
@@ -82,6 +85,7 @@ private:
     int line_ = 0;
     int failures_ = 0;
     bool console_ = false;
+    bool sandbox_ = false;
     bool exit_requested_ = false;
     int daemon_status_ = -1;
     long last_result_ = 0;

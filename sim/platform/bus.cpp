@@ -264,6 +264,13 @@ bool released()
     return bus_released;
 }
 
+void reopen_bus()
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    listeners.clear();
+    bus_released = false;
+}
+
 } // namespace sim
 
 using namespace sim;

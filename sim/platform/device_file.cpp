@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
 
 namespace sim {
@@ -61,15 +62,10 @@ std::string unquote(const std::string &text)
     return out;
 }
 
-bool parse_device_file(const std::string &path, std::string *error,
+bool parse_device_text(std::istream &in, const std::string &path, int depth, std::string *error,
                        std::vector<std::pair<std::string, std::string>> *nodes,
                        std::map<std::string, std::string> *parameters)
 {
-    std::ifstream in(path);
-    if (!in) {
-        *error = "cannot read device file " + path;
-        return false;
-    }
     std::string line;
     int number = 0;
     while (std::getline(in, line)) {
@@ -86,8 +82,12 @@ bool parse_device_file(const std::string &path, std::string *error,
         std::string name = line.substr(0, equal);
         std::string value = unquote(line.substr(equal + 1));
         if (name == "@include") {
+            if (depth >= kMaxIncludeDepth) {
+                *error = path + ":" + std::to_string(number) + ": includes nested too deep";
+                return false;
+            }
             std::string included = value.size() && value[0] == '/' ? value : directory_of(path) + "/" + value;
-            if (!parse_device_file(included, error, nodes, parameters))
+            if (!parse_device_file(included, depth + 1, error, nodes, parameters))
                 return false;
         } else if (!name.empty() && name[0] == '@') {
             (*parameters)[name.substr(1)] = value;
@@ -96,6 +96,18 @@ bool parse_device_file(const std::string &path, std::string *error,
         }
     }
     return true;
+}
+
+bool parse_device_file(const std::string &path, int depth, std::string *error,
+                       std::vector<std::pair<std::string, std::string>> *nodes,
+                       std::map<std::string, std::string> *parameters)
+{
+    std::ifstream in(path);
+    if (!in) {
+        *error = "cannot read device file " + path;
+        return false;
+    }
+    return parse_device_text(in, path, depth, error, nodes, parameters);
 }
 
 } // namespace sim

@@ -51,6 +51,9 @@ void restore_nodes(const std::map<std::string, std::string> &nodes);
 // Registrations made since the last reset, over all names.
 long listen_calls();
 bool released();
+// Forgets every registration and takes back a release, so that the daemon
+// can start again on the same store (the start-up fuzz target).
+void reopen_bus();
 
 // ---- what the daemon did ----
 struct Record {

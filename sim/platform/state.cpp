@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/head.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
@@ -90,19 +91,13 @@ std::string escape_name(const std::string &name)
     return name.empty() ? std::string("\"\"") : out;
 }
 
-// Device file: "name=value" nodes, "@param=value" platform parameters,
-// "@include=file", "#" comments. Implemented in device_file.cpp.
-bool parse_device_file(const std::string &path, std::string *error,
-                       std::vector<std::pair<std::string, std::string>> *nodes,
-                       std::map<std::string, std::string> *parameters);
-
 void device_write(const std::string &name, const std::string &value);
 
 bool load_device(const std::string &path, std::string *error)
 {
     std::vector<std::pair<std::string, std::string>> nodes;
     std::map<std::string, std::string> parameters;
-    if (!parse_device_file(path, error, &nodes, &parameters))
+    if (!parse_device_file(path, 0, error, &nodes, &parameters))
         return false;
     {
         std::lock_guard<std::mutex> lock(state_mutex);

@@ -1,0 +1,25 @@
+// The daemon as the fuzz targets meet it: started once on the default
+// device and reused by every input; what an input wrote is put back after it.
+#ifndef TESTS_FUZZ_FUZZ_DAEMON_H
+#define TESTS_FUZZ_FUZZ_DAEMON_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// Loads the default device and routes the daemon's log into the records
+// (not onto the terminal). Idempotent.
+void load_default_device();
+// load_default_device, then the daemon's start-up on its own main thread;
+// returns once the main loop ticks.
+void start_daemon();
+// Puts back every node written since the last call (no notification).
+void undo_writes();
+
+// Splits an input at its first '\n' (or NUL): the head and the rest.
+void split_input(const uint8_t *data, size_t size, std::string *head, std::string *rest);
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
+
+#endif
