@@ -1,7 +1,10 @@
 // Native-to-legacy converters of the start-up synchronisation. Each reads
 // its native node, translates, and writes the legacy node itself; a failed
 // read is logged and writes nothing.
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "bindings/routines.h"
 #include "frame/log.h"
@@ -72,14 +75,20 @@ void copy_active_grid(const char *legacy_name, int sensor, const char *extended_
     nbus_set(legacy_name, value);
 }
 
-// Width times height of "WxH" text, 0 when it does not parse.
+// Width times height of "WxH" text, 0 when it does not parse. Each number
+// saturates at the 32-bit limits as the device's strtol does (sscanf's %d
+// has no defined result beyond them).
 int64_t pixel_count(const char *resolution)
 {
-    int width = 0;
-    int height = 0;
-    if (sscanf(resolution, "%dx%d", &width, &height) != 2)
+    char *end = nullptr;
+    long width = strtol(resolution, &end, 10);
+    if (end == resolution || *end != 'x')
         return 0;
-    return static_cast<int64_t>(width) * height;
+    const char *second = end + 1;
+    long height = strtol(second, &end, 10);
+    if (end == second)
+        return 0;
+    return int64_t{std::clamp<long>(width, INT32_MIN, INT32_MAX)} * std::clamp<long>(height, INT32_MIN, INT32_MAX);
 }
 
 } // namespace

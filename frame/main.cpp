@@ -59,9 +59,9 @@ namespace corvaned {
 
 int main()
 {
-    signal(SIGINT, signal_handler);
-    signal(SIGTERM, signal_handler);
-    signal(SIGQUIT, signal_handler);
+    (void)signal(SIGINT, signal_handler);
+    (void)signal(SIGTERM, signal_handler);
+    (void)signal(SIGQUIT, signal_handler);
 
     nbus_initial();
 

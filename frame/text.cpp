@@ -37,9 +37,9 @@ void expand_pattern(char *buffer, size_t size, const char *pattern, int number)
         return;
     const char *placeholder = strstr(pattern, "%d");
     if (!placeholder) {
-        snprintf(buffer, size, "%s", pattern);
+        (void)snprintf(buffer, size, "%s", pattern);
         return;
     }
     int head = static_cast<int>(placeholder - pattern);
-    snprintf(buffer, size, "%.*s%d%s", head, pattern, number, placeholder + 2);
+    (void)snprintf(buffer, size, "%.*s%d%s", head, pattern, number, placeholder + 2);
 }

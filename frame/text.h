@@ -73,7 +73,7 @@ void expand_own_format(char (&buffer)[N], const char *value)
 template <size_t N>
 void copy_into(char (&buffer)[N], const char *text)
 {
-    snprintf(buffer, N, "%s", text);
+    (void)snprintf(buffer, N, "%s", text);
 }
 
 template <size_t N>

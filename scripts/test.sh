@@ -18,5 +18,11 @@ run() {
 run host -DCMAKE_BUILD_TYPE=RelWithDebInfo
 run asan -DCMAKE_BUILD_TYPE=Debug -DCORVANE_SANITIZE=ON
 run arm -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
-# ThreadSanitizer: corvane-sim under client writes, ticks and stop signals.
+# Robustness: ThreadSanitizer (corvane-sim under client writes, ticks and
+# stop signals), static analysis of the daemon, every fuzz target briefly.
+echo "=== tsan"
 make -s tsan JOBS="$jobs"
+echo "=== static analysis"
+scripts/static-analysis.sh
+echo "=== fuzz (short)"
+scripts/fuzz.sh 10

@@ -187,7 +187,7 @@ int getMaxFps(int *max_fps, int channel, int stream_id)
     char node[128];
     char rate[128];
     format_into(node, "encode.cam%lld.stream%lld.frame_rate", static_cast<long long>(camera),
-                static_cast<long long>(int64_t{stream_id} + 1));
+                static_cast<long long>(stream_id) + 1);
     read_node(node, rate);
     int32_t frame_rate = parse_decimal(rate);
     nbus_printf("1. nbusName=%s, framerate=%d.\n", node, frame_rate);

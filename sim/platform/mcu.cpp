@@ -30,7 +30,6 @@ using namespace sim;
 
 namespace {
 
-constexpr int kA = 0;
 constexpr int kB = 1;  // the carrier that carries the home switch
 constexpr long kDefaultLimit = 65000;
 

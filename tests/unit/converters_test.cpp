@@ -248,3 +248,16 @@ TEST_F(SimBusTest, ImageResolutionIsFullOnlyAtTheSensorsLargestSize)
         EXPECT_EQ(value_of("corvane.cam2.imgres"), c.word) << c.resolution;
     }
 }
+
+TEST_F(SimBusTest, ImageResolutionNumbersSaturateAtThirtyTwoBitsAsOnTheDevice)
+{
+    sim::set_param("max_resolution.cam2", "2147483647x2");
+    struct Case {
+        const char *resolution, *word;
+    } cases[] = {{"99999999999x2", "full"}, {"2147483647x2", "full"}, {"-99999999999x2", "half"}, {"12x", "half"}};
+    for (const Case &c : cases) {
+        sim::device_write("corvane.cam2.resolution3", c.resolution);
+        n2a_imgres_converter("corvane.cam2.imgres", "encode.cam2.stream3.resolution");
+        EXPECT_EQ(value_of("corvane.cam2.imgres"), c.word) << c.resolution;
+    }
+}
