@@ -53,20 +53,21 @@ const char *shortexposure_word(int32_t shutter)
     return shutter <= 80 ? "33" : "80";
 }
 
-// The grid-dependent copy of the zone-size and sensitivity converters.
-void copy_active_grid(const char *legacy_name, int sensor, const char *extended_pattern, const char *normal_pattern)
+// The grid-dependent copy of the zone-size and sensitivity converters,
+// logging as `caller`.
+void copy_active_grid(const char *caller, const char *legacy_name, int sensor, const char *extended_pattern, const char *normal_pattern)
 {
     char node[128];
     char extended[32];
     expand_pattern(node, "event.cam%d.motion.block_detection.extended", sensor);
     if (int error = read_node(node, extended)) {
-        LOG("nbus_get %s, error : %d!!\n", node, error);
+        LOG_AS(caller, "nbus_get %s, error : %d!!\n", node, error);
         return;
     }
     expand_pattern(node, equals(extended, "1") ? extended_pattern : normal_pattern, sensor);
     char value[32];
     if (int error = read_node(node, value)) {
-        LOG("nbus_get %s, error : %d!!\n", node, error);
+        LOG_AS(caller, "nbus_get %s, error : %d!!\n", node, error);
         return;
     }
     nbus_set(legacy_name, value);
@@ -319,7 +320,7 @@ CONVERTER(n2a_mdzonesize_converter)
         LOG("No camNum info.");
         return;
     }
-    copy_active_grid(legacy_name, camera_digit(native_name), "event.cam%d.motion.block_detection.zone_size_e",
+    copy_active_grid(__func__, legacy_name, camera_digit(native_name), "event.cam%d.motion.block_detection.zone_size_e",
                      "event.cam%d.motion.block_detection.zone_size");
 }
 
@@ -329,11 +330,12 @@ CONVERTER(n2a_mdsensitivity_converter)
         LOG("No camNum info.");
         return;
     }
-    copy_active_grid(legacy_name, camera_digit(legacy_name), "event.cam%d.motion.block_detection.sensitivity_e",
+    copy_active_grid(__func__, legacy_name, camera_digit(legacy_name), "event.cam%d.motion.block_detection.sensitivity_e",
                      "event.cam%d.motion.block_detection.sensitivity");
 }
 
-// Bits: 1 DHCP, 16 NTP, 512 IPv6.
+// Bits: 1 DHCP, 16 NTP, 512 IPv6. Every failure line names the converter's
+// own native node, whichever read failed.
 CONVERTER(n2a_netopt_converter)
 {
     char value[16];
@@ -344,13 +346,13 @@ CONVERTER(n2a_netopt_converter)
     }
     int options = contains(value, "dhcp") ? 1 : 0;
     if (int error = read_node("system.datetime.mode", value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", "system.datetime.mode", error);
+        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", native_name, error);
         return;
     }
     if (contains(value, "ntp"))
         options = options ? 17 : 16;
     if (int error = read_node("network.ipv6.enable", value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", "network.ipv6.enable", error);
+        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", native_name, error);
         return;
     }
     if (contains(value, "on"))

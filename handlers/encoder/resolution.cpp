@@ -265,7 +265,7 @@ HANDLER(cb_corvane_global_mode)
 {
     LOG("Enter %s = %s!!\n", name, value);
     nbus_set("image.global_mode", value);
-    LOG("Set %s by %s = %s done!!\n", "image.global_mode", name, value);
+    LOG("Set %s by %s = %s done!!\n", name, "image.global_mode", value);
 }
 
 // Bound to no node: stands for the legacy "scaling" parameter.

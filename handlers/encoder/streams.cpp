@@ -207,7 +207,7 @@ HANDLER(cb_corvane_snapstream)
     const char *smart = equals(value, "on") ? "1" : "0";
     stream_node(native, camera_of(name), stream_of(name, snapstream_keys, 1), "smartgop");
     nbus_set(native, smart);
-    LOG("Set %s=%s by %s=%s done!!\n", native, smart, name, value);
+    LOG("Set %s=%s by %s=%s done!!\n", name, value, native, smart);
 }
 
 HANDLER(cb_corvane_enc_stream)
@@ -229,7 +229,7 @@ HANDLER(cb_corvane_enc_stream)
     } else {
         LOG("stream%d error: N-%s, V-%s!!\n", stream, name, value);
     }
-    LOG("Set %s by %s = %s done!!\n", native, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
 HANDLER(cb_corvane_bitrate)

@@ -143,7 +143,7 @@ HANDLER(cb_corvane_contrast_hue)
         return;
     }
     Written written = copy_to_node(name, value, row->camera, row->global);
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
 HANDLER(cb_corvane_white_balance)
@@ -201,7 +201,7 @@ HANDLER(cb_corvane_img_mirror)
         return;
     LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.mirror", "image.global.mirror");
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
 HANDLER(cb_corvane_img_flip)
@@ -210,7 +210,7 @@ HANDLER(cb_corvane_img_flip)
         return;
     LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.flip", "image.global.flip");
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
 // A sensor turns by mirror plus flip; the global node takes the value itself.
@@ -221,12 +221,12 @@ HANDLER(cb_corvane_img_rotate)
     LOG("Enter %s = %s!!\n", name, value);
     if (sensor_of(name) == 0) {
         Written written = copy_to_node(name, value, "", "image.global.rotate");
-        LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+        LOG("Set %s by %s = %s done!!\n", name, written.node, value);
         return;
     }
     for (const char *pattern : {"image.cam%d.mirror", "image.cam%d.flip"}) {
         Written written = copy_to_node(name, value, pattern, "");
-        LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+        LOG("Set %s by %s = %s done!!\n", name, written.node, value);
     }
 }
 

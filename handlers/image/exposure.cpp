@@ -118,7 +118,7 @@ HANDLER(cb_corvane_exposure_mode)
     char native[128];
     node_of(native, row->camera, row->global, sensor_of(name));
     nbus_set(native, value);
-    LOG("Set %s by %s = %s done!!\n", native, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
 HANDLER(cb_corvane_autoexp)
@@ -208,7 +208,7 @@ HANDLER(cb_corvane_daygain)
     char native[128];
     node_of(native, "image.cam%d.exposure.i2c_night2day", "image.global.exposure.i2c_night2day", sensor_of(name));
     nbus_set(native, gain);
-    LOG("Set %s by %s = %s done!!\n", native, name, gain);
+    LOG("Set %s by %s = %s done!!\n", name, native, gain);
 }
 
 HANDLER(cb_corvane_nightgain)
@@ -303,15 +303,14 @@ HANDLER(cb_corvane_sync_awb_dn_ae)
     LOG("Set %s = %s done!!\n", native, value);
     if (!equals(native, "image.global.sync_daynight") || parse_decimal(value) <= 0)
         return;
-    // the other sensors' legacy nodes take camera 1's; their handlers follow
+    // the other sensors' legacy nodes take camera 1's; their handlers follow.
+    // The read is not tested: a setting that cannot be read goes out as the
+    // cleared buffer, empty.
     for (const char *pattern : day_night_legacy_nodes) {
         char node[128];
         char setting[32];
         expand_pattern(node, pattern, 1);
-        if (int error = read_node(node, setting)) {
-            LOG("nbus_get %s, error : %d!!\n", node, error);
-            continue;
-        }
+        read_node(node, setting);
         for (int camera = 2; camera <= service.cam_count; ++camera) {
             expand_pattern(node, pattern, camera);
             nbus_set(node, setting);
