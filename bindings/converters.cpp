@@ -1,9 +1,10 @@
 // Native-to-legacy converters of the start-up synchronisation. Each reads
 // its native node, translates, and writes the legacy node itself; a failed
 // read is logged and writes nothing.
+#include "bindings/converters.h"
+
 #include <cstdio>
 
-#include "bindings/routines.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -85,7 +86,7 @@ int64_t pixel_count(const char *resolution)
 
 } // namespace
 
-CONVERTER(n2a_brightness_converter)
+void n2a_brightness_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -95,7 +96,7 @@ CONVERTER(n2a_brightness_converter)
     write_number(legacy_name, wrap_int32(int64_t{parse_decimal(value)} - 50));
 }
 
-CONVERTER(n2a_sharpness_converter)
+void n2a_sharpness_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -105,7 +106,7 @@ CONVERTER(n2a_sharpness_converter)
     write_number(legacy_name, wrap_int32(int64_t{parse_decimal(value)} + 1) / 64);
 }
 
-CONVERTER(n2a_saturation_converter)
+void n2a_saturation_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -116,7 +117,7 @@ CONVERTER(n2a_saturation_converter)
 }
 
 // Both the blue and the red rows read the bg gain node (kept).
-CONVERTER(n2a_blue_red_converter)
+void n2a_blue_red_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -126,7 +127,7 @@ CONVERTER(n2a_blue_red_converter)
     write_number(legacy_name, parse_decimal(value) / 50 - 10);
 }
 
-CONVERTER(n2a_imgquality_converter)
+void n2a_imgquality_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -136,7 +137,7 @@ CONVERTER(n2a_imgquality_converter)
     nbus_set(legacy_name, word_containing(value, imgquality_words, "21"));
 }
 
-CONVERTER(n2a_ipv6enable_converter)
+void n2a_ipv6enable_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -147,7 +148,7 @@ CONVERTER(n2a_ipv6enable_converter)
 }
 
 // The mask edges are reported as 0 whatever they hold (kept).
-CONVERTER(n2a_pmask_blrt_converter)
+void n2a_pmask_blrt_converter(const char *legacy_name, const char *native_name)
 {
     char value[64];
     if (int error = read_node(native_name, value)) {
@@ -157,7 +158,7 @@ CONVERTER(n2a_pmask_blrt_converter)
     nbus_set(legacy_name, "0");
 }
 
-CONVERTER(n2a_sd_codec_converter)
+void n2a_sd_codec_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -167,7 +168,7 @@ CONVERTER(n2a_sd_codec_converter)
     nbus_set(legacy_name, contains(value, "snapshot") ? "jpeg" : "h264");
 }
 
-CONVERTER(n2a_shortexposures_converter)
+void n2a_shortexposures_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -177,7 +178,7 @@ CONVERTER(n2a_shortexposures_converter)
     nbus_set(legacy_name, shortexposure_word(parse_decimal(value)));
 }
 
-CONVERTER(n2a_white_balance_converter)
+void n2a_white_balance_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -187,7 +188,7 @@ CONVERTER(n2a_white_balance_converter)
     nbus_set(legacy_name, word_containing(value, white_balance_words, "on"));
 }
 
-CONVERTER(n2a_defog_converter)
+void n2a_defog_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -200,7 +201,7 @@ CONVERTER(n2a_defog_converter)
     nbus_set(legacy_name, defog_word(level));
 }
 
-CONVERTER(n2a_wdr_converter)
+void n2a_wdr_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -212,7 +213,7 @@ CONVERTER(n2a_wdr_converter)
     LOG("Set %s(%s) = %s(%s) done!!\n", legacy_name, native_name, word, value);
 }
 
-CONVERTER(n2a_qos_enable_converter)
+void n2a_qos_enable_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -222,7 +223,7 @@ CONVERTER(n2a_qos_enable_converter)
     nbus_set(legacy_name, equals(value, "on") ? "1" : "0");
 }
 
-CONVERTER(n2a_smtgop_snpstrm_converter)
+void n2a_smtgop_snpstrm_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -238,7 +239,7 @@ CONVERTER(n2a_smtgop_snpstrm_converter)
     nbus_set(legacy_name, "off");
 }
 
-CONVERTER(n2a_auxin_converter)
+void n2a_auxin_converter(const char *legacy_name, const char *native_name)
 {
     char value[32];
     if (int error = read_node(native_name, value)) {
@@ -249,7 +250,7 @@ CONVERTER(n2a_auxin_converter)
 }
 
 // A mode other than "auto" or "lock" is logged and leaves the legacy node alone.
-CONVERTER(n2a_autoexp_converter)
+void n2a_autoexp_converter(const char *legacy_name, const char *native_name)
 {
     char value[32];
     if (int error = read_node(native_name, value)) {
@@ -264,7 +265,7 @@ CONVERTER(n2a_autoexp_converter)
     nbus_set(legacy_name, word);
 }
 
-CONVERTER(n2a_lowlight_converter)
+void n2a_lowlight_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -276,7 +277,7 @@ CONVERTER(n2a_lowlight_converter)
 }
 
 // Ignores the native rotate node: 180 degrees is mirror plus flip.
-CONVERTER(n2a_rotate_converter)
+void n2a_rotate_converter(const char *legacy_name, const char *native_name)
 {
     int sensor = sensor_of(native_name);
     char mirror_node[64];
@@ -304,7 +305,7 @@ CONVERTER(n2a_rotate_converter)
         LOG("Set %s(%s) = %s done!!\n", legacy_name, native_name, degrees);
 }
 
-CONVERTER(n2a_mdtotalzones_converter)
+void n2a_mdtotalzones_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -314,7 +315,7 @@ CONVERTER(n2a_mdtotalzones_converter)
     nbus_set(legacy_name, equals(value, "0") ? "64" : "1024");
 }
 
-CONVERTER(n2a_mdzonesize_converter)
+void n2a_mdzonesize_converter(const char *legacy_name, const char *native_name)
 {
     if (!contains(native_name, ".cam")) {
         LOG("No camNum info.");
@@ -324,7 +325,7 @@ CONVERTER(n2a_mdzonesize_converter)
                      "event.cam%d.motion.block_detection.zone_size");
 }
 
-CONVERTER(n2a_mdsensitivity_converter)
+void n2a_mdsensitivity_converter(const char *legacy_name, const char * /*native_name*/)
 {
     if (!contains(legacy_name, ".cam")) {
         LOG("No camNum info.");
@@ -336,7 +337,7 @@ CONVERTER(n2a_mdsensitivity_converter)
 
 // Bits: 1 DHCP, 16 NTP, 512 IPv6. Every failure line names the converter's
 // own native node, whichever read failed.
-CONVERTER(n2a_netopt_converter)
+void n2a_netopt_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     // kept: every failure line names the brightness converter
@@ -361,7 +362,7 @@ CONVERTER(n2a_netopt_converter)
 }
 
 // The legacy node written follows the native name's stream, not the caller.
-CONVERTER(n2a_en_multicast_converter)
+void n2a_en_multicast_converter(const char * /*legacy_name*/, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -388,7 +389,7 @@ CONVERTER(n2a_en_multicast_converter)
     nbus_set(target, word);
 }
 
-CONVERTER(n2a_daynight_converter)
+void n2a_daynight_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -399,7 +400,7 @@ CONVERTER(n2a_daynight_converter)
 }
 
 // A stream on variable rate reports a constant bit rate of 0.
-CONVERTER(n2a_bitrate_converter)
+void n2a_bitrate_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
     if (int error = read_node(native_name, value)) {
@@ -423,7 +424,7 @@ CONVERTER(n2a_bitrate_converter)
 
 // The stream is looked for in the legacy name, which never names one, so
 // every row reads stream 1's limit switch (kept).
-CONVERTER(n2a_ratelimit_converter)
+void n2a_ratelimit_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
     if (int error = read_node(native_name, value)) {
@@ -442,7 +443,7 @@ CONVERTER(n2a_ratelimit_converter)
 }
 
 // The region number doubles as the stream number.
-CONVERTER(n2a_roi_lv_en_converter)
+void n2a_roi_lv_en_converter(const char *legacy_name, const char *native_name)
 {
     int camera = camera_digit(legacy_name);
     int region = digit_after(legacy_name, "roi");
@@ -499,7 +500,7 @@ CONVERTER(n2a_roi_lv_en_converter)
 // "full" when stream 3 runs at the sensor's largest size, else "half". It
 // reads the legacy stream-3 resolution, which the synchronisation fills
 // only later: the value as it stood before this start.
-CONVERTER(n2a_imgres_converter)
+void n2a_imgres_converter(const char *legacy_name, const char * /*native_name*/)
 {
     int sensor = sensor_of(legacy_name);
     char resolution_node[128];
@@ -521,7 +522,7 @@ CONVERTER(n2a_imgres_converter)
 }
 
 // A failed read writes an empty value.
-CONVERTER(n2a_copy_converter)
+void n2a_copy_converter(const char *legacy_name, const char *native_name)
 {
     char value[64];
     if (read_node(native_name, value) != 0)

@@ -1,9 +1,10 @@
 // Start-up synchronisation: rebuilds the legacy subtree from the native
 // nodes once, before the handlers are opened for business.
+#include "bindings/sync.h"
+
 #include <cstring>
 
 #include "bindings/binding.h"
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"

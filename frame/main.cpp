@@ -5,10 +5,11 @@
 #include <unistd.h>
 
 #include "bindings/registration.h"
-#include "bindings/routines.h"
+#include "bindings/sync.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
+#include "lens/home.h"
 #include "lens/lens_profile.h"
 #include "platform/mcu.h"
 #include "platform/modelfeature.h"

@@ -1,8 +1,9 @@
 // The two home routines: tilts down, zooms wide, focus to its fixed point,
 // then the four pan carriers packed against each other and the home switch.
+#include "lens/home.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "lens/motors.h"

@@ -1,10 +1,11 @@
 // The 360, 270 and 180 degree layouts, started from the home position, and
 // the two relative pan moves of one camera.
+#include "lens/layouts.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
@@ -176,7 +177,7 @@ void ptzto180()
     pan(k180);
 }
 
-HANDLER(do_new_pan)
+void do_new_pan(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -199,7 +200,7 @@ HANDLER(do_new_pan)
     set_pan_status(camera, "off");
 }
 
-HANDLER(do_old_pan)
+void do_old_pan(const char *name, const char *value)
 {
     if (!service.ready)
         return;

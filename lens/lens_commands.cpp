@@ -1,6 +1,7 @@
 // Lens commands: a legacy focus, zoom, pan or tilt value is forwarded
 // unchanged to the native lens node, whose owner drives the motor.
-#include "bindings/routines.h"
+#include "lens/lens_commands.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
@@ -43,7 +44,7 @@ void forward(const LensCommand &command, const char *name, const char *value, ch
 
 } // namespace
 
-HANDLER(cb_corvane_focus)
+void cb_corvane_focus(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -55,7 +56,7 @@ HANDLER(cb_corvane_focus)
     LOG("[%s] %s = %s leave!!\n", kFocus.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_zoom)
+void cb_corvane_zoom(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -67,7 +68,7 @@ HANDLER(cb_corvane_zoom)
     LOG("[%s] %s = %s leave!!\n", kZoom.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_pan)
+void cb_corvane_pan(const char *name, const char *value)
 {
     // a pan status change leaves no line at all
     if (!service.ready || ignored(kPan, name))
@@ -78,7 +79,7 @@ HANDLER(cb_corvane_pan)
     LOG("[%s] %s = %s leave!!\n", kPan.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_tilt)
+void cb_corvane_tilt(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -90,7 +91,7 @@ HANDLER(cb_corvane_tilt)
     LOG("[%s] %s = %s leave!!\n", kTilt.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_allfocus)
+void cb_corvane_allfocus(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -102,7 +103,7 @@ HANDLER(cb_corvane_allfocus)
     LOG("[%s] %s = %s leave!!\n", kAllFocus.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_allzoom)
+void cb_corvane_allzoom(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -114,7 +115,7 @@ HANDLER(cb_corvane_allzoom)
     LOG("[%s] %s = %s leave!!\n", kAllZoom.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_allpan)
+void cb_corvane_allpan(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -126,7 +127,7 @@ HANDLER(cb_corvane_allpan)
     LOG("[%s] %s = %s leave!!\n", kAllPan.leave_tag, native, value);
 }
 
-HANDLER(cb_corvane_alltilt)
+void cb_corvane_alltilt(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -1,11 +1,15 @@
 // PTZ commands on "corvane.ptzstatus" and the two presets.
+#include "lens/ptz.h"
+
 #include <algorithm>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
+#include "lens/home.h"
+#include "lens/layouts.h"
+#include "lens/lens_commands.h"
 #include "lens/lens_profile.h"
 #include "platform/nbus.h"
 
@@ -42,7 +46,7 @@ constexpr int kRestoreOrder[kMaxCameras] = {0, 3, 2, 1};
 
 struct RestoredAxis {
     const char *suffix;
-    Handler handler;
+    handler_routine *handler;
     char letter;  // names the axis in the error line
 };
 const RestoredAxis kRestoredAxes[] = {
@@ -89,13 +93,13 @@ int pending_slot()
 
 } // namespace
 
-HANDLER(cb_ptzstatus)
+void cb_ptzstatus(const char *name, const char *value)
 {
     nbus_set("corvane.presetstat_for_icr", value);
     LOG("Set %s = %s done!!\n", name, value);
 }
 
-HANDLER(cb_corvane_ptz_home)
+void cb_corvane_ptz_home(const char *name, const char *value)
 {
     if (!service.ready)
         return;

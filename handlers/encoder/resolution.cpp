@@ -4,9 +4,10 @@
 // in resolution profile 2 the third stream's quality is capped when all
 // three streams run at their largest sizes. The coupling and the clamp
 // write legacy nodes, so the bus brings them back to these handlers.
+#include "handlers/encoder/resolution.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -94,7 +95,7 @@ constexpr WordMapping frame_rate_nodes[] = {
 
 } // namespace
 
-HANDLER(cb_corvane_resolution)
+void cb_corvane_resolution(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -158,7 +159,7 @@ HANDLER(cb_corvane_resolution)
         CorvChkStrm12Res2LimitStrm3Qual(each);
 }
 
-HANDLER(cb_corvane_fps)
+void cb_corvane_fps(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -261,7 +262,7 @@ void CorvChkStrm12Res2LimitStrm3Qual(int cam)
 }
 
 // Bound to no node; unlike the others it has no ready gate.
-HANDLER(cb_corvane_global_mode)
+void cb_corvane_global_mode(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     nbus_set("image.global_mode", value);
@@ -269,7 +270,7 @@ HANDLER(cb_corvane_global_mode)
 }
 
 // Bound to no node: stands for the legacy "scaling" parameter.
-HANDLER(cb_corvane_scaling)
+void cb_corvane_scaling(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -278,7 +279,7 @@ HANDLER(cb_corvane_scaling)
 
 // Bound to no node: stands for the legacy "scaling_size" parameter and
 // reports it as set without writing anything.
-HANDLER(cb_corvane_scaling_size)
+void cb_corvane_scaling_size(const char *name, const char *value)
 {
     if (!service.ready)
         return;

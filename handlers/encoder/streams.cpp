@@ -2,9 +2,10 @@
 // quantiser, bit rate and its limit, stream state size, SEI and smart GOP.
 // Each legacy node exists once per stream; a key in its name picks the
 // stream, first match wins.
+#include "handlers/encoder/streams.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -98,7 +99,7 @@ constexpr StreamKey ratelimit_mode_keys[] = {{"mode2", 2}, {"mode3", 3}};
 
 } // namespace
 
-HANDLER(cb_corvane_imgquality)
+void cb_corvane_imgquality(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -117,7 +118,7 @@ HANDLER(cb_corvane_imgquality)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, word);
 }
 
-HANDLER(cb_corvane_keyframe)
+void cb_corvane_keyframe(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -136,7 +137,7 @@ HANDLER(cb_corvane_keyframe)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, written);
 }
 
-HANDLER(cb_corvane_keyframeinterval)
+void cb_corvane_keyframeinterval(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -159,7 +160,7 @@ HANDLER(cb_corvane_keyframeinterval)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, interval);
 }
 
-HANDLER(cb_corvane_qp)
+void cb_corvane_qp(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -179,7 +180,7 @@ HANDLER(cb_corvane_qp)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_sei)
+void cb_corvane_sei(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -197,7 +198,7 @@ HANDLER(cb_corvane_sei)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_snapstream)
+void cb_corvane_snapstream(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -210,7 +211,7 @@ HANDLER(cb_corvane_snapstream)
     LOG("Set %s=%s by %s=%s done!!\n", name, value, native, smart);
 }
 
-HANDLER(cb_corvane_enc_stream)
+void cb_corvane_enc_stream(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -232,7 +233,7 @@ HANDLER(cb_corvane_enc_stream)
     LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
-HANDLER(cb_corvane_bitrate)
+void cb_corvane_bitrate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -267,7 +268,7 @@ HANDLER(cb_corvane_bitrate)
     nbus_set(control, "cbr");
 }
 
-HANDLER(cb_corvane_ratelimit)
+void cb_corvane_ratelimit(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -304,7 +305,7 @@ HANDLER(cb_corvane_ratelimit)
     nbus_set(control, "cvbr");
 }
 
-HANDLER(cb_corvane_rlmode)
+void cb_corvane_rlmode(const char *name, const char *value)
 {
     if (!service.ready)
         return;

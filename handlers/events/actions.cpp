@@ -1,9 +1,10 @@
 // Alarm actions and storage: which event triggers recording to the card (at
 // most one at a time), the alarm output, the mail recipients, the audio
 // input, the card's record type, and legacy nodes accepted but not acted on.
+#include "handlers/events/actions.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -66,7 +67,7 @@ const char *line_in_level(int32_t level)
 
 } // namespace
 
-HANDLER(cb_corvane_sd_func_gate)
+void cb_corvane_sd_func_gate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -75,7 +76,7 @@ HANDLER(cb_corvane_sd_func_gate)
 
 // Switching one trigger on switches every other one off through its own
 // legacy node, whose handler clears the native node: at most one is on.
-HANDLER(cb_corvane_sd_func)
+void cb_corvane_sd_func(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     if (equals(value, "on")) {
@@ -108,7 +109,7 @@ HANDLER(cb_corvane_sd_func)
     }
 }
 
-HANDLER(cb_corvane_auxout)
+void cb_corvane_auxout(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -117,7 +118,7 @@ HANDLER(cb_corvane_auxout)
         nbus_set(kAlarmOut, word);
 }
 
-HANDLER(cb_corvane_smtp_mail)
+void cb_corvane_smtp_mail(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -138,7 +139,7 @@ HANDLER(cb_corvane_smtp_mail)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_audinput)
+void cb_corvane_audinput(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -154,7 +155,7 @@ HANDLER(cb_corvane_audinput)
     LOG("%s (%s) set %s done!!\n", name, kAudioInType, value);
 }
 
-HANDLER(cb_corvane_linein_volume)
+void cb_corvane_linein_volume(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -164,7 +165,7 @@ HANDLER(cb_corvane_linein_volume)
     LOG("set %s = %s Done!!\n", kAudioInLevel, level);
 }
 
-HANDLER(cb_corvane_sd_codec)
+void cb_corvane_sd_codec(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -175,42 +176,42 @@ HANDLER(cb_corvane_sd_codec)
 }
 
 // Accepted but not acted on yet: each only logs its own line.
-HANDLER(cb_corvane_af_dn)
+void cb_corvane_af_dn(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_af_dn (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_af_zoom)
+void cb_corvane_af_zoom(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_af_zoom (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_auxin)
+void cb_corvane_auxin(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_auxin (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_exp_ref_channel)
+void cb_corvane_exp_ref_channel(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_exp_ref_channel (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_illum)
+void cb_corvane_illum(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_illum (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_motion_compensation)
+void cb_corvane_motion_compensation(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -2,7 +2,8 @@
 // sensitivity go to whichever native grid is active (normal, 64 zones, or
 // extended, 1024 zones, with "_e" nodes); switching the zone count copies the
 // newly active grid back into the legacy nodes.
-#include "bindings/routines.h"
+#include "handlers/events/motion.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -48,7 +49,7 @@ const Grid &active_grid(const char *extended)
 
 } // namespace
 
-HANDLER(cb_corvane_mdtotalzones)
+void cb_corvane_mdtotalzones(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -79,7 +80,7 @@ HANDLER(cb_corvane_mdtotalzones)
     LOG("Set %s = %s done!!\n", node, current);
 }
 
-HANDLER(cb_corvane_motiondetect)
+void cb_corvane_motiondetect(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -106,7 +107,7 @@ HANDLER(cb_corvane_motiondetect)
     LOG("cb_corvane_motiondetect, %s, error value: %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_mdzonesize)
+void cb_corvane_mdzonesize(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -126,7 +127,7 @@ HANDLER(cb_corvane_mdzonesize)
     LOG("cb_corvane_mdzonesize set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mdlevelthreshold)
+void cb_corvane_mdlevelthreshold(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -148,7 +149,7 @@ HANDLER(cb_corvane_mdlevelthreshold)
     LOG("Set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mddetail)
+void cb_corvane_mddetail(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -170,7 +171,7 @@ HANDLER(cb_corvane_mddetail)
     LOG("cb_corvane_mddetail set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mdsensitivity)
+void cb_corvane_mdsensitivity(const char *name, const char *value)
 {
     if (!service.ready)
         return;

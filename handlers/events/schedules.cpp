@@ -1,7 +1,8 @@
 // Weekly schedules whose legacy names encode the weekday and the time field
 // ("corvane.auxin_d3ehr": Wednesday's end hour): alarm input, per-sensor
 // tamper detection, FTP upload and network-share recording.
-#include "bindings/routines.h"
+#include "handlers/events/schedules.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -47,7 +48,7 @@ const char *day_or_period(const char *name)
 
 } // namespace
 
-HANDLER(cb_corvane_auxin_schedule)
+void cb_corvane_auxin_schedule(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -71,7 +72,7 @@ HANDLER(cb_corvane_auxin_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_od_schedule)
+void cb_corvane_od_schedule(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -102,7 +103,7 @@ HANDLER(cb_corvane_od_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_ftp_schedule)
+void cb_corvane_ftp_schedule(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -120,7 +121,7 @@ HANDLER(cb_corvane_ftp_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_nfs_schedule)
+void cb_corvane_nfs_schedule(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -2,11 +2,12 @@
 // (set1), relay output and memory card (set2), card and FTP recording
 // (set3), e-mail (set4), network-share recording (set5), system and time
 // (set6). None takes a camera number.
-#include "bindings/routines.h"
+#include "handlers/generic/simple_set_variants.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
-#include "handlers/generic/simple_set.h"
+#include "handlers/generic/key_list.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -251,7 +252,7 @@ static_assert(simple_set_check::all_follow_rule(set6_list));
 
 } // namespace
 
-HANDLER(cb_corvane_simple_set1)
+void cb_corvane_simple_set1(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -265,7 +266,7 @@ HANDLER(cb_corvane_simple_set1)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set2)
+void cb_corvane_simple_set2(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -289,7 +290,7 @@ HANDLER(cb_corvane_simple_set2)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set3)
+void cb_corvane_simple_set3(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -303,7 +304,7 @@ HANDLER(cb_corvane_simple_set3)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set4)
+void cb_corvane_simple_set4(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -317,7 +318,7 @@ HANDLER(cb_corvane_simple_set4)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set5)
+void cb_corvane_simple_set5(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -331,7 +332,7 @@ HANDLER(cb_corvane_simple_set5)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set6)
+void cb_corvane_simple_set6(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -1,9 +1,10 @@
 // Picture adjustments (brightness, sharpness, saturation, contrast, hue,
 // white balance and its gains) and mirror, flip and rotation.
+#include "handlers/image/colour.h"
+
 #include <cmath>
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -97,7 +98,7 @@ Written copy_to_node(const char *name, const char *value, const char *camera_pat
 
 } // namespace
 
-HANDLER(cb_corvane_brightness)
+void cb_corvane_brightness(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -107,14 +108,14 @@ HANDLER(cb_corvane_brightness)
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_sharpness_gate)
+void cb_corvane_sharpness_gate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     cb_corvane_sharpness(name, value);
 }
 
-HANDLER(cb_corvane_sharpness)
+void cb_corvane_sharpness(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     int32_t level = wrap_int32(int64_t{parse_decimal(value)} * 64 - 1);
@@ -122,7 +123,7 @@ HANDLER(cb_corvane_sharpness)
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_saturation)
+void cb_corvane_saturation(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -132,7 +133,7 @@ HANDLER(cb_corvane_saturation)
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_contrast_hue)
+void cb_corvane_contrast_hue(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -146,7 +147,7 @@ HANDLER(cb_corvane_contrast_hue)
     LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
-HANDLER(cb_corvane_white_balance)
+void cb_corvane_white_balance(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -158,7 +159,7 @@ HANDLER(cb_corvane_white_balance)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, mode);
 }
 
-HANDLER(cb_corvane_blue_red)
+void cb_corvane_blue_red(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -177,7 +178,7 @@ HANDLER(cb_corvane_blue_red)
 }
 
 // Bound without the ready gate (kept as the interface has it).
-HANDLER(cb_corvane_rotate)
+void cb_corvane_rotate(const char *name, const char *value)
 {
     LOG("Enter by %s = %s!!\n", name, value);
     int sensor = sensor_of(name);
@@ -195,7 +196,7 @@ HANDLER(cb_corvane_rotate)
     }
 }
 
-HANDLER(cb_corvane_img_mirror)
+void cb_corvane_img_mirror(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -204,7 +205,7 @@ HANDLER(cb_corvane_img_mirror)
     LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
-HANDLER(cb_corvane_img_flip)
+void cb_corvane_img_flip(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -214,7 +215,7 @@ HANDLER(cb_corvane_img_flip)
 }
 
 // A sensor turns by mirror plus flip; the global node takes the value itself.
-HANDLER(cb_corvane_img_rotate)
+void cb_corvane_img_rotate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -230,7 +231,7 @@ HANDLER(cb_corvane_img_rotate)
     }
 }
 
-HANDLER(cb_corvane_equalcolor)
+void cb_corvane_equalcolor(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -1,9 +1,10 @@
 // Exposure, gain, wide dynamic range, low light, day/night and mains
 // frequency: legacy values to the sensors' (or the global) exposure nodes.
+#include "handlers/image/exposure.h"
+
 #include <cstdint>
 #include <iterator>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -105,7 +106,7 @@ constexpr WordMapping defog_levels[] = {{"off", "0"}, {"low", "85"}, {"medium", 
 
 } // namespace
 
-HANDLER(cb_corvane_exposure_mode)
+void cb_corvane_exposure_mode(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -121,7 +122,7 @@ HANDLER(cb_corvane_exposure_mode)
     LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
-HANDLER(cb_corvane_autoexp)
+void cb_corvane_autoexp(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -139,7 +140,7 @@ HANDLER(cb_corvane_autoexp)
     LOG("Set %s (%s) done!!\n", native, mode);
 }
 
-HANDLER(cb_corvane_shortexposures)
+void cb_corvane_shortexposures(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -153,7 +154,7 @@ HANDLER(cb_corvane_shortexposures)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, text);
 }
 
-HANDLER(cb_corvane_lowlight)
+void cb_corvane_lowlight(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -165,7 +166,7 @@ HANDLER(cb_corvane_lowlight)
     LOG("Set %s = %s done\n", native, mode);
 }
 
-HANDLER(cb_corvane_wdr)
+void cb_corvane_wdr(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -184,7 +185,7 @@ HANDLER(cb_corvane_wdr)
     }
 }
 
-HANDLER(cb_corvane_analoggain)
+void cb_corvane_analoggain(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -198,7 +199,7 @@ HANDLER(cb_corvane_analoggain)
     LOG(" %s = %s Done!!\n", native, text);
 }
 
-HANDLER(cb_corvane_daygain)
+void cb_corvane_daygain(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -211,7 +212,7 @@ HANDLER(cb_corvane_daygain)
     LOG("Set %s by %s = %s done!!\n", name, native, gain);
 }
 
-HANDLER(cb_corvane_nightgain)
+void cb_corvane_nightgain(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -224,7 +225,7 @@ HANDLER(cb_corvane_nightgain)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, gain);
 }
 
-HANDLER(cb_corvane_daynight)
+void cb_corvane_daynight(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -236,7 +237,7 @@ HANDLER(cb_corvane_daynight)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, mode);
 }
 
-HANDLER(cb_corvane_dn_hrmin)
+void cb_corvane_dn_hrmin(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -253,7 +254,7 @@ HANDLER(cb_corvane_dn_hrmin)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_freq)
+void cb_corvane_freq(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -268,7 +269,7 @@ HANDLER(cb_corvane_freq)
     LOG(" %s = %s Done!!\n", "system.frequency_value", value);
 }
 
-HANDLER(cb_corvane_equalbright)
+void cb_corvane_equalbright(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -286,7 +287,7 @@ HANDLER(cb_corvane_equalbright)
     LOG("Set %s(%s) = %s done!!\n", name, "image.global.sync_brightness", value);
 }
 
-HANDLER(cb_corvane_sync_awb_dn_ae)
+void cb_corvane_sync_awb_dn_ae(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -318,7 +319,7 @@ HANDLER(cb_corvane_sync_awb_dn_ae)
     }
 }
 
-HANDLER(cb_corvane_defog)
+void cb_corvane_defog(const char *name, const char *value)
 {
     if (!service.ready)
         return;

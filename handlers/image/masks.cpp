@@ -1,7 +1,8 @@
 // Privacy masks, the on-screen text overlay and the regions of interest.
+#include "handlers/image/masks.h"
+
 #include <iterator>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -79,7 +80,7 @@ bool in_region_range(int number) { return number >= 1 && number <= 5; }
 
 } // namespace
 
-HANDLER(cb_corvane_pmask_block)
+void cb_corvane_pmask_block(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -106,7 +107,7 @@ HANDLER(cb_corvane_pmask_block)
     }
 }
 
-HANDLER(cb_corvane_pmask_blrt)
+void cb_corvane_pmask_blrt(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -128,7 +129,7 @@ HANDLER(cb_corvane_pmask_blrt)
 }
 
 // The overlay is one setting for all sensors at once.
-HANDLER(cb_corvane_osd_all)
+void cb_corvane_osd_all(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -149,7 +150,7 @@ HANDLER(cb_corvane_osd_all)
     }
 }
 
-HANDLER(cb_corvane_roi_lv_en)
+void cb_corvane_roi_lv_en(const char *name, const char *value)
 {
     if (!service.ready)
         return;

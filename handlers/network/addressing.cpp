@@ -1,9 +1,10 @@
 // IPv4/IPv6 addresses, time server, service ports, and the network option
 // word "corvane.netopt" that folds the IPv4 mode, the date mode and the IPv6
 // switch into bits.
+#include "handlers/network/addressing.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -73,7 +74,7 @@ BitUpdate align_option_bit(int32_t bit, bool wanted)
 
 } // namespace
 
-HANDLER(cb_corvane_ip)
+void cb_corvane_ip(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -82,7 +83,7 @@ HANDLER(cb_corvane_ip)
     LOG("Set %s = %s !!\n", name, value);
 }
 
-HANDLER(cb_corvane_gateway)
+void cb_corvane_gateway(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -91,7 +92,7 @@ HANDLER(cb_corvane_gateway)
     LOG("Set %s = %s!!\n", kGateway, value);
 }
 
-HANDLER(cb_corvane_subnetmask)
+void cb_corvane_subnetmask(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -100,7 +101,7 @@ HANDLER(cb_corvane_subnetmask)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kMask, value);
 }
 
-HANDLER(cb_corvane_ipv6address)
+void cb_corvane_ipv6address(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -109,7 +110,7 @@ HANDLER(cb_corvane_ipv6address)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Address, value);
 }
 
-HANDLER(cb_corvane_ipv6prefixlen)
+void cb_corvane_ipv6prefixlen(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -118,7 +119,7 @@ HANDLER(cb_corvane_ipv6prefixlen)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Prefix, value);
 }
 
-HANDLER(cb_corvane_ntpserver_ip)
+void cb_corvane_ntpserver_ip(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -127,7 +128,7 @@ HANDLER(cb_corvane_ntpserver_ip)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNtpServer, value);
 }
 
-HANDLER(cb_corvane_liveipv4)
+void cb_corvane_liveipv4(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -136,7 +137,7 @@ HANDLER(cb_corvane_liveipv4)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kLiveIpv4, value);
 }
 
-HANDLER(cb_corvane_rtspport)
+void cb_corvane_rtspport(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -145,7 +146,7 @@ HANDLER(cb_corvane_rtspport)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kRtspPort, value);
 }
 
-HANDLER(cb_corvane_webserverport)
+void cb_corvane_webserverport(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -160,14 +161,14 @@ HANDLER(cb_corvane_webserverport)
 }
 
 // Bound to no node: stands ready, translates nothing yet.
-HANDLER(cb_corvane_eth_negotiation)
+void cb_corvane_eth_negotiation(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     LOG("cb_corvane_eth_negotiation (TBD), by %s = %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_ipv4mode)
+void cb_corvane_ipv4mode(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -181,7 +182,7 @@ HANDLER(cb_corvane_ipv4mode)
         LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
 }
 
-HANDLER(cb_corvane_datemode)
+void cb_corvane_datemode(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -195,7 +196,7 @@ HANDLER(cb_corvane_datemode)
         LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
 }
 
-HANDLER(cb_corvane_ipv6enabled)
+void cb_corvane_ipv6enabled(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -213,7 +214,7 @@ HANDLER(cb_corvane_ipv6enabled)
 
 // Fans the bit set out to the three legacy switches; their handlers write the
 // native nodes and find their bit already in line, so the cascade ends there.
-HANDLER(cb_corvane_netopt)
+void cb_corvane_netopt(const char *name, const char *value)
 {
     if (!service.ready)
         return;

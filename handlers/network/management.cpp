@@ -1,6 +1,7 @@
 // The two SNMP agent switches, which keep the one trap sender's mode in line
 // with the pair, and the HTTPS certificate installation status words.
-#include "bindings/routines.h"
+#include "handlers/network/management.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -55,7 +56,7 @@ constexpr WordMapping ssl_status_nodes[] = {
 
 } // namespace
 
-HANDLER(cb_corvane_en_snmpv2c)
+void cb_corvane_en_snmpv2c(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -84,7 +85,7 @@ HANDLER(cb_corvane_en_snmpv2c)
     LOG("Set %s = %s done!!\n", kV2cEnable, value);
 }
 
-HANDLER(cb_corvane_en_snmpv3)
+void cb_corvane_en_snmpv3(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -112,7 +113,7 @@ HANDLER(cb_corvane_en_snmpv3)
     LOG("Set %s = %s done!!\n", kV3Enable, value);
 }
 
-HANDLER(cb_corvane_ssl_install_status)
+void cb_corvane_ssl_install_status(const char *name, const char *value)
 {
     if (!service.ready)
         return;

@@ -1,6 +1,7 @@
 // Multicast ports, addresses, URLs and time-to-live of the three streams of
 // each sensor, the multicast switches and the quality-of-service settings.
-#include "bindings/routines.h"
+#include "handlers/network/streaming.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/node.h"
@@ -84,7 +85,7 @@ const char *switch_word(const char *value)
 
 } // namespace
 
-HANDLER(cb_corvane_rtpport)
+void cb_corvane_rtpport(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -110,7 +111,7 @@ HANDLER(cb_corvane_rtpport)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_url_streamip)
+void cb_corvane_url_streamip(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -131,7 +132,7 @@ HANDLER(cb_corvane_url_streamip)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_en_multicast)
+void cb_corvane_en_multicast(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -146,7 +147,7 @@ HANDLER(cb_corvane_en_multicast)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, word);
 }
 
-HANDLER(cb_corvane_qos_default_video)
+void cb_corvane_qos_default_video(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -160,7 +161,7 @@ HANDLER(cb_corvane_qos_default_video)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_qos_enable)
+void cb_corvane_qos_enable(const char *name, const char *value)
 {
     if (!service.ready)
         return;

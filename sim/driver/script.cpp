@@ -264,9 +264,9 @@ void ScriptRunner::call(Arguments &arguments)
         };
         break;
     }
-    case RoutineKind::range: {
+    case RoutineKind::text_query: {
         std::string text = arguments.rest();
-        work = [this, routine, text] { last_result_ = routine->range(text.c_str()); };
+        work = [this, routine, text] { last_result_ = routine->text_query(text.c_str()); };
         break;
     }
     case RoutineKind::sync:

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "bindings/routines.h"
+#include "bindings/routine_list.h"
 #include "test_support.h"
 
 namespace {
 
 struct ConversionCase {
-    Converter converter;
+    converter_routine *converter;
     const char *native_value;
     const char *legacy_value;
 };
@@ -114,7 +114,7 @@ TEST_F(SimBusTest, OutOfRangeDefogIsLogged)
 
 TEST_F(SimBusTest, FailedReadsWriteNothingExceptTheCopyConverter)
 {
-    for (Converter converter : {n2a_brightness_converter, n2a_defog_converter, n2a_imgquality_converter,
+    for (converter_routine *converter : {n2a_brightness_converter, n2a_defog_converter, n2a_imgquality_converter,
                                 n2a_netopt_converter, n2a_rotate_converter, n2a_bitrate_converter}) {
         sim::reset();
         converter("corvane.cam1.x", "image.cam1.x");

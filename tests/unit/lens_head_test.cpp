@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "bindings/routines.h"
+#include "bindings/routine_list.h"
 #include "frame/context.h"
 #include "platform/mcu.h"
 #include "sim/driver/head.h"

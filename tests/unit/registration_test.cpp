@@ -4,6 +4,7 @@
 
 #include "bindings/binding.h"
 #include "bindings/registration.h"
+#include "bindings/routine_list.h"
 #include "test_support.h"
 
 namespace {
