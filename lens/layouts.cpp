@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "lens/motors.h"
@@ -179,9 +180,8 @@ void ptzto180()
 
 void do_new_pan(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (pan_status_word(name))
         return;
     int camera = camera_digit(name);
@@ -202,9 +202,8 @@ void do_new_pan(const char *name, const char *value)
 
 void do_old_pan(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (pan_status_word(name))
         return;
     int camera = camera_digit(name);

@@ -3,6 +3,7 @@
 #include "lens/lens_commands.h"
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "platform/nbus.h"
@@ -46,9 +47,8 @@ void forward(const LensCommand &command, const char *name, const char *value, ch
 
 void cb_corvane_focus(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kFocus, name))
         return;
     char native[64];
@@ -58,9 +58,8 @@ void cb_corvane_focus(const char *name, const char *value)
 
 void cb_corvane_zoom(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kZoom, name))
         return;
     char native[64];
@@ -81,9 +80,8 @@ void cb_corvane_pan(const char *name, const char *value)
 
 void cb_corvane_tilt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kTilt, name))
         return;
     char native[64];
@@ -93,9 +91,8 @@ void cb_corvane_tilt(const char *name, const char *value)
 
 void cb_corvane_allfocus(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kAllFocus, name))
         return;
     char native[64];
@@ -105,9 +102,8 @@ void cb_corvane_allfocus(const char *name, const char *value)
 
 void cb_corvane_allzoom(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kAllZoom, name))
         return;
     char native[64];
@@ -117,9 +113,8 @@ void cb_corvane_allzoom(const char *name, const char *value)
 
 void cb_corvane_allpan(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kAllPan, name))
         return;
     char native[64];
@@ -129,9 +124,8 @@ void cb_corvane_allpan(const char *name, const char *value)
 
 void cb_corvane_alltilt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (ignored(kAllTilt, name))
         return;
     char native[64];

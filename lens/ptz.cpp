@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -101,9 +102,8 @@ void cb_ptzstatus(const char *name, const char *value)
 
 void cb_corvane_ptz_home(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     enable_autofocus_all();
 
     const PtzCommand *command = nullptr;

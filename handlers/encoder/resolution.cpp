@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -97,9 +98,8 @@ constexpr WordMapping frame_rate_nodes[] = {
 
 void cb_corvane_resolution(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char legacy[64];
     char text[64];
@@ -161,9 +161,8 @@ void cb_corvane_resolution(const char *name, const char *value)
 
 void cb_corvane_fps(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -272,17 +271,15 @@ void cb_corvane_global_mode(const char *name, const char *value)
 // Bound to no node: stands for the legacy "scaling" parameter.
 void cb_corvane_scaling(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
 }
 
 // Bound to no node: stands for the legacy "scaling_size" parameter and
 // reports it as set without writing anything.
 void cb_corvane_scaling_size(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     LOG("Set %s = %s done!!\n", name, value);
 }

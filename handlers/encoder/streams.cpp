@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -101,9 +101,8 @@ constexpr StreamKey ratelimit_mode_keys[] = {{"mode2", 2}, {"mode3", 3}};
 
 void cb_corvane_imgquality(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const char *word = quality_word(parse_decimal(value));
@@ -120,9 +119,8 @@ void cb_corvane_imgquality(const char *name, const char *value)
 
 void cb_corvane_keyframe(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char written[64];
     clear(native);
@@ -139,9 +137,8 @@ void cb_corvane_keyframe(const char *name, const char *value)
 
 void cb_corvane_keyframeinterval(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char interval[64];
     clear(native);
@@ -162,9 +159,8 @@ void cb_corvane_keyframeinterval(const char *name, const char *value)
 
 void cb_corvane_qp(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -182,9 +178,8 @@ void cb_corvane_qp(const char *name, const char *value)
 
 void cb_corvane_sei(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -200,9 +195,8 @@ void cb_corvane_sei(const char *name, const char *value)
 
 void cb_corvane_snapstream(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const char *smart = equals(value, "on") ? "1" : "0";
@@ -213,9 +207,8 @@ void cb_corvane_snapstream(const char *name, const char *value)
 
 void cb_corvane_enc_stream(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int stream = stream_of(name, state_keys);
@@ -235,9 +228,8 @@ void cb_corvane_enc_stream(const char *name, const char *value)
 
 void cb_corvane_bitrate(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     // camera 5 is refused on purpose (kept)
     int stream = camera == 0 || camera == 5 ? 0 : stream_of(name, bitrate_keys);
@@ -270,9 +262,8 @@ void cb_corvane_bitrate(const char *name, const char *value)
 
 void cb_corvane_ratelimit(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     if (camera == 0) {
         LOG("ERR(CAM0), %s = %s\n", name, value);
@@ -307,9 +298,8 @@ void cb_corvane_ratelimit(const char *name, const char *value)
 
 void cb_corvane_rlmode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     if (camera == 0) {
         LOG("ERR(CAM0), %s = %s\n", name, value);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -111,18 +112,16 @@ void cb_corvane_sd_func(const char *name, const char *value)
 
 void cb_corvane_auxout(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (const char *word = word_equal_to(value, alarm_out_words, nullptr))
         nbus_set(kAlarmOut, word);
 }
 
 void cb_corvane_smtp_mail(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int mail = mail_number(name);
     if (mail == 0) {
         LOG("ERR, Name: %s, Mail no: %d!!\n", name, 0);
@@ -141,9 +140,8 @@ void cb_corvane_smtp_mail(const char *name, const char *value)
 
 void cb_corvane_audinput(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char current[16];
     if (int error = read_node(kAudioInType, current)) {
         LOG("nbus_get %s, error : %d!!\n", kAudioInType, error);
@@ -157,9 +155,8 @@ void cb_corvane_audinput(const char *name, const char *value)
 
 void cb_corvane_linein_volume(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *level = line_in_level(parse_decimal(value));
     nbus_set(kAudioInLevel, level);
     LOG("set %s = %s Done!!\n", kAudioInLevel, level);
@@ -167,9 +164,8 @@ void cb_corvane_linein_volume(const char *name, const char *value)
 
 void cb_corvane_sd_codec(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *type = contains(value, "jpeg") ? "snapshot" : "video";
     nbus_set(kSdRecordType, type);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kSdRecordType, type);
@@ -178,42 +174,30 @@ void cb_corvane_sd_codec(const char *name, const char *value)
 // Accepted but not acted on yet: each only logs its own line.
 void cb_corvane_af_dn(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_af_dn (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_af_zoom(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_af_zoom (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_auxin(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_auxin (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_exp_ref_channel(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_exp_ref_channel (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_illum(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_illum (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_motion_compensation(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_motion_compensation (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }

@@ -4,7 +4,7 @@
 // newly active grid back into the legacy nodes.
 #include "handlers/events/motion.h"
 
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -51,9 +51,8 @@ const Grid &active_grid(const char *extended)
 
 void cb_corvane_mdtotalzones(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);
@@ -82,9 +81,8 @@ void cb_corvane_mdtotalzones(const char *name, const char *value)
 
 void cb_corvane_motiondetect(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -109,9 +107,8 @@ void cb_corvane_motiondetect(const char *name, const char *value)
 
 void cb_corvane_mdzonesize(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);
@@ -129,9 +126,8 @@ void cb_corvane_mdzonesize(const char *name, const char *value)
 
 void cb_corvane_mdlevelthreshold(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -151,9 +147,8 @@ void cb_corvane_mdlevelthreshold(const char *name, const char *value)
 
 void cb_corvane_mddetail(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -173,9 +168,8 @@ void cb_corvane_mddetail(const char *name, const char *value)
 
 void cb_corvane_mdsensitivity(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);

@@ -3,7 +3,9 @@
 // tamper detection, FTP upload and network-share recording.
 #include "handlers/events/schedules.h"
 
-#include "frame/context.h"
+#include <iterator>
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -50,9 +52,8 @@ const char *day_or_period(const char *name)
 
 void cb_corvane_auxin_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *day = word_containing(name, weekdays, nullptr);
     if (!day) {
         LOG("Info-no day, %s = %s\n", name, value);
@@ -74,9 +75,8 @@ void cb_corvane_auxin_schedule(const char *name, const char *value)
 
 void cb_corvane_od_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_digit(name);
     const char *day = word_containing(name, weekdays, nullptr);
     if (!day) {
@@ -105,9 +105,8 @@ void cb_corvane_od_schedule(const char *name, const char *value)
 
 void cb_corvane_ftp_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (const char *fixed = word_containing(name, ftp_fixed_nodes, nullptr)) {
         copy_into(native, fixed);
@@ -123,9 +122,8 @@ void cb_corvane_ftp_schedule(const char *name, const char *value)
 
 void cb_corvane_nfs_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (contains(name, "_status")) {
         copy_into(native, kNfsMountStatus);

@@ -3,6 +3,7 @@
 #include "handlers/generic/accounts.h"
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -40,9 +41,8 @@ constexpr const char *kWebOrder = "slave.web_order";
 
 void cb_corvane_account_users(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     int slot = user_slot(name);
     if (slot == 0) {
@@ -72,18 +72,16 @@ void cb_corvane_viewer(const char *name, const char *value)
 
 void cb_corvane_admin(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     // unlike the viewer's, an unset administrator password becomes "0"
     nbus_set(kAdminPassword, equals(value, "empty") ? "0" : value);
 }
 
 void cb_corvane_showorder(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kWebOrder, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kWebOrder, value);
 }

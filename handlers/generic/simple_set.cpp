@@ -2,7 +2,7 @@
 // stream switches and DDNS, copied unchanged to their native nodes.
 #include "handlers/generic/simple_set.h"
 
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "handlers/generic/key_list.h"
@@ -87,9 +87,8 @@ const SimpleSetEntry *choose_native(const char *name, std::span<const SimpleSetE
 
 void cb_corvane_simple_set(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     int camera = camera_digit(name);
     if (!choose_native(name, simple_set_list, native, camera))

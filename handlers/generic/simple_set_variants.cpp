@@ -5,6 +5,7 @@
 #include "handlers/generic/simple_set_variants.h"
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "handlers/generic/key_list.h"
@@ -254,9 +255,8 @@ static_assert(simple_set_check::all_follow_rule(set6_list));
 
 void cb_corvane_simple_set1(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     if (!choose_native(name, set1_list, native)) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -268,10 +268,9 @@ void cb_corvane_simple_set1(const char *name, const char *value)
 
 void cb_corvane_simple_set2(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
     char held[32] = {}; // shown, still empty, in the do-nothing line
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     const SimpleSetEntry *entry = choose_native(name, set2_list, native);
     if (!entry) {
@@ -292,9 +291,8 @@ void cb_corvane_simple_set2(const char *name, const char *value)
 
 void cb_corvane_simple_set3(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     if (!choose_native(name, set3_list, native)) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -306,9 +304,8 @@ void cb_corvane_simple_set3(const char *name, const char *value)
 
 void cb_corvane_simple_set4(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     if (!choose_native(name, set4_list, native)) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -320,9 +317,8 @@ void cb_corvane_simple_set4(const char *name, const char *value)
 
 void cb_corvane_simple_set5(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     if (!choose_native(name, set5_list, native)) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -334,9 +330,8 @@ void cb_corvane_simple_set5(const char *name, const char *value)
 
 void cb_corvane_simple_set6(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     if (!choose_native(name, set6_list, native)) {
         LOG("Err: %s = %s!!\n", name, value);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -100,9 +101,8 @@ Written copy_to_node(const char *name, const char *value, const char *camera_pat
 
 void cb_corvane_brightness(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = write_converted(name, "image.cam%d.brightness", "image.global.brightness",
                                       wrap_int32(int64_t{parse_decimal(value)} + 50));
     LOG("Set %s = %s done!!\n", written.node, written.text);
@@ -125,9 +125,8 @@ void cb_corvane_sharpness(const char *name, const char *value)
 
 void cb_corvane_saturation(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = write_converted(name, "image.cam%d.saturation", "image.global.saturation",
                                       saturation_level(parse_decimal(value)));
     LOG("Set %s = %s done!!\n", written.node, written.text);
@@ -135,9 +134,8 @@ void cb_corvane_saturation(const char *name, const char *value)
 
 void cb_corvane_contrast_hue(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, contrast_hue_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
@@ -149,9 +147,8 @@ void cb_corvane_contrast_hue(const char *name, const char *value)
 
 void cb_corvane_white_balance(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_containing(value, white_balance_words, "auto");
     char native[128];
     node_of(native, "image.cam%d.wb.mode", "image.global.wb.mode", sensor_of(name));
@@ -161,9 +158,8 @@ void cb_corvane_white_balance(const char *name, const char *value)
 
 void cb_corvane_blue_red(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, gain_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
@@ -198,18 +194,16 @@ void cb_corvane_rotate(const char *name, const char *value)
 
 void cb_corvane_img_mirror(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.mirror", "image.global.mirror");
     LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
 void cb_corvane_img_flip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.flip", "image.global.flip");
     LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
@@ -217,9 +211,8 @@ void cb_corvane_img_flip(const char *name, const char *value)
 // A sensor turns by mirror plus flip; the global node takes the value itself.
 void cb_corvane_img_rotate(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (sensor_of(name) == 0) {
         Written written = copy_to_node(name, value, "", "image.global.rotate");
         LOG("Set %s by %s = %s done!!\n", name, written.node, value);

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -108,9 +109,8 @@ constexpr WordMapping defog_levels[] = {{"off", "0"}, {"low", "85"}, {"medium", 
 
 void cb_corvane_exposure_mode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, exposure_mode_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
@@ -124,9 +124,8 @@ void cb_corvane_exposure_mode(const char *name, const char *value)
 
 void cb_corvane_autoexp(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     // camera 5 is the global node here (kept)
     int sensor = sensor_of(name, Five::global);
     const char *mode = word_equal_to(value, autoexp_words, nullptr);
@@ -142,9 +141,8 @@ void cb_corvane_autoexp(const char *name, const char *value)
 
 void cb_corvane_shortexposures(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char text[16];
     format_into(text, "%d", parse_decimal(value));
     char native[128];
@@ -156,9 +154,8 @@ void cb_corvane_shortexposures(const char *name, const char *value)
 
 void cb_corvane_lowlight(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_equal_to(value, lowlight_words, "balance");
     char native[128];
     node_of(native, "image.cam%d.exposure.lowlightmode", "image.global.exposure.lowlightmode", sensor_of(name));
@@ -168,9 +165,8 @@ void cb_corvane_lowlight(const char *name, const char *value)
 
 void cb_corvane_wdr(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = contains(value, "off") ? "off" : "on";
     char native[128];
     int sensor = sensor_of(name);
@@ -187,9 +183,8 @@ void cb_corvane_wdr(const char *name, const char *value)
 
 void cb_corvane_analoggain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char text[16];
     format_into(text, "%d", wrap_int32(int64_t{parse_decimal(value)} * 10));
     char native[128];
@@ -201,9 +196,8 @@ void cb_corvane_analoggain(const char *name, const char *value)
 
 void cb_corvane_daygain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char gain[16];
     expand_own_format(gain, value);
     char native[128];
@@ -214,9 +208,8 @@ void cb_corvane_daygain(const char *name, const char *value)
 
 void cb_corvane_nightgain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char gain[16];
     expand_own_format(gain, value);
     char native[128];
@@ -227,9 +220,8 @@ void cb_corvane_nightgain(const char *name, const char *value)
 
 void cb_corvane_daynight(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_containing(value, daynight_words, "auto");
     char native[128];
     node_of(native, "image.cam%d.exposure.day_night", "image.global.exposure.day_night", sensor_of(name));
@@ -239,9 +231,8 @@ void cb_corvane_daynight(const char *name, const char *value)
 
 void cb_corvane_dn_hrmin(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, day_night_time_nodes);
     if (!row) {
         LOG("Cam0-Err: %s = %s!!\n", name, value);
@@ -256,9 +247,8 @@ void cb_corvane_dn_hrmin(const char *name, const char *value)
 
 void cb_corvane_freq(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set("system.frequency_value", value);
     const MainsFrequency *mains = &other_frequency;
     for (const MainsFrequency &row : mains_frequencies)
@@ -271,9 +261,8 @@ void cb_corvane_freq(const char *name, const char *value)
 
 void cb_corvane_equalbright(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set("image.global.sync_brightness", value);
     if (const char *mode = word_equal_to(value, equalbright_modes, nullptr)) {
         nbus_set("image.global.exposure.mode", mode);
@@ -289,9 +278,8 @@ void cb_corvane_equalbright(const char *name, const char *value)
 
 void cb_corvane_sync_awb_dn_ae(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = nullptr;
     for (const auto &row : sync_nodes)
         if (!native && contains(name, row[0]))
@@ -321,9 +309,8 @@ void cb_corvane_sync_awb_dn_ae(const char *name, const char *value)
 
 void cb_corvane_defog(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *level = word_equal_to(value, defog_levels, nullptr);
     if (!level) {
         LOG("error nbus value: N-%s, V-%s!!\n", name, value);

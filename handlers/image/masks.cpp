@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -82,9 +83,8 @@ bool in_region_range(int number) { return number >= 1 && number <= 5; }
 
 void cb_corvane_pmask_block(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const KeyedNode *row = keyed_node(name, mask_switch_nodes);
@@ -109,9 +109,8 @@ void cb_corvane_pmask_block(const char *name, const char *value)
 
 void cb_corvane_pmask_blrt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const KeyedNode *row = keyed_node(name, mask_edge_nodes);
@@ -131,9 +130,8 @@ void cb_corvane_pmask_blrt(const char *name, const char *value)
 // The overlay is one setting for all sensors at once.
 void cb_corvane_osd_all(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     if (service.cam_count < 1)
@@ -152,9 +150,8 @@ void cb_corvane_osd_all(const char *name, const char *value)
 
 void cb_corvane_roi_lv_en(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     RegionName region = region_name(name);

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -76,81 +77,72 @@ BitUpdate align_option_bit(int32_t bit, bool wanted)
 
 void cb_corvane_ip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpAddress, value);
     LOG("Set %s = %s !!\n", name, value);
 }
 
 void cb_corvane_gateway(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kGateway, value);
     LOG("Set %s = %s!!\n", kGateway, value);
 }
 
 void cb_corvane_subnetmask(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kMask, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kMask, value);
 }
 
 void cb_corvane_ipv6address(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpv6Address, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Address, value);
 }
 
 void cb_corvane_ipv6prefixlen(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpv6Prefix, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Prefix, value);
 }
 
 void cb_corvane_ntpserver_ip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kNtpServer, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNtpServer, value);
 }
 
 void cb_corvane_liveipv4(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kLiveIpv4, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kLiveIpv4, value);
 }
 
 void cb_corvane_rtspport(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kRtspPort, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kRtspPort, value);
 }
 
 void cb_corvane_webserverport(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, web_ports, nullptr);
     if (!native) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -163,16 +155,13 @@ void cb_corvane_webserverport(const char *name, const char *value)
 // Bound to no node: stands ready, translates nothing yet.
 void cb_corvane_eth_negotiation(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_eth_negotiation (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
 void cb_corvane_ipv4mode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpv4Mode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv4Mode, value);
     BitUpdate update = align_option_bit(option_switches[0].bit, contains(value, "dhcp"));
@@ -184,9 +173,8 @@ void cb_corvane_ipv4mode(const char *name, const char *value)
 
 void cb_corvane_datemode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kDateMode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kDateMode, value);
     BitUpdate update = align_option_bit(option_switches[1].bit, contains(value, "ntp"));
@@ -198,9 +186,8 @@ void cb_corvane_datemode(const char *name, const char *value)
 
 void cb_corvane_ipv6enabled(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     bool enabled = contains(value, "true");
     const char *native_value = enabled ? "on" : "off";
     nbus_set(kIpv6Enable, native_value);
@@ -216,9 +203,8 @@ void cb_corvane_ipv6enabled(const char *name, const char *value)
 // native nodes and find their bit already in line, so the cascade ends there.
 void cb_corvane_netopt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int32_t options = parse_decimal(value);
     for (const OptionSwitch &option : option_switches) {
         char current[8];

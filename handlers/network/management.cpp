@@ -2,7 +2,7 @@
 // with the pair, and the HTTPS certificate installation status words.
 #include "handlers/network/management.h"
 
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -58,9 +58,8 @@ constexpr WordMapping ssl_status_nodes[] = {
 
 void cb_corvane_en_snmpv2c(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char other[32];
     if (int error = read_node(kV3Enable, other)) {
         LOG("nbus_get %s, error : %d!!\n", kV3Enable, error);
@@ -87,9 +86,8 @@ void cb_corvane_en_snmpv2c(const char *name, const char *value)
 
 void cb_corvane_en_snmpv3(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char other[32];
     if (int error = read_node(kV2cEnable, other)) {
         LOG("nbus_get %s, error : %d!!\n", kV2cEnable, error);
@@ -115,9 +113,8 @@ void cb_corvane_en_snmpv3(const char *name, const char *value)
 
 void cb_corvane_ssl_install_status(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, ssl_status_nodes, nullptr);
     if (!native) {
         LOG("Err: %s = %s!!\n", name, value);

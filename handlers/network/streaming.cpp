@@ -2,7 +2,9 @@
 // each sensor, the multicast switches and the quality-of-service settings.
 #include "handlers/network/streaming.h"
 
-#include "frame/context.h"
+#include <iterator>
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -87,9 +89,8 @@ const char *switch_word(const char *value)
 
 void cb_corvane_rtpport(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     int sensor = sensor_of(name);
     if (sensor == 0) {
@@ -113,9 +114,8 @@ void cb_corvane_rtpport(const char *name, const char *value)
 
 void cb_corvane_url_streamip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (sensor_of(name) != 0) {
         // no row registers a sensor name here; such a name goes to stream 1
@@ -134,9 +134,8 @@ void cb_corvane_url_streamip(const char *name, const char *value)
 
 void cb_corvane_en_multicast(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, multicast_switches, nullptr);
     if (!native) {
         LOG("ERR(cam%d), %s = %s!!\n", sensor_of(name), name, value);
@@ -149,9 +148,8 @@ void cb_corvane_en_multicast(const char *name, const char *value)
 
 void cb_corvane_qos_default_video(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, qos_nodes, nullptr);
     if (!native) {
         LOG("ERR corvane node: %s, value: %s", name, value);
@@ -163,9 +161,8 @@ void cb_corvane_qos_default_video(const char *name, const char *value)
 
 void cb_corvane_qos_enable(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *word = switch_word(value);
     nbus_set(kQosEnable, word);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kQosEnable, word);
