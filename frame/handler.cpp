@@ -2,6 +2,7 @@
 
 #include "frame/context.h"
 #include "frame/log.h"
+#include "platform/nbus.h"
 
 bool handler_entered(const char *function, int line, const char *name, const char *value)
 {
@@ -10,6 +11,14 @@ bool handler_entered(const char *function, int line, const char *name, const cha
     log_prefix(function, line);
     log_message("Enter %s = %s!!\n", name, value);
     return true;
+}
+
+void copy_handler(const char *function, const char *name, const char *value, const char *native)
+{
+    if (!handler_entered(function, __LINE__, name, value))
+        return;
+    nbus_set(native, value);
+    LOG_AS(function, "Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
 void inactive_handler(const char *function, const char *name, const char *value)

@@ -11,6 +11,11 @@ bool handler_entered(const char *function, int line, const char *name, const cha
 
 #define ENTERED(name, value) handler_entered(__func__, __LINE__, name, value)
 
+// The whole of a handler that copies the value unchanged to one native
+// node: the gate, the "Enter" line, the write and
+// "Set <name>(<value>) by <native> = <value> done!!", under `function`.
+void copy_handler(const char *function, const char *name, const char *value, const char *native);
+
 // A handler the legacy interface accepts but does not act on: once ready,
 // "<function> (TBD), by <name> = <value>!!" and nothing else.
 void inactive_handler(const char *function, const char *name, const char *value);

@@ -80,8 +80,5 @@ void cb_corvane_admin(const char *name, const char *value)
 
 void cb_corvane_showorder(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kWebOrder, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kWebOrder, value);
+    copy_handler(__func__, name, value, kWebOrder);
 }

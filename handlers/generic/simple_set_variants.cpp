@@ -251,19 +251,26 @@ constexpr SimpleSetEntry set6_list[] = {
 static_assert(std::size(set6_list) == 14);
 static_assert(simple_set_check::all_follow_rule(set6_list));
 
+// The whole of a member without a camera: the first key in the name picks
+// the native node, which takes the value unchanged.
+void copy_by_key(const char *handler, const char *name, const char *value, std::span<const SimpleSetEntry> list)
+{
+    if (!handler_entered(handler, __LINE__, name, value))
+        return;
+    char native[kNativeNameBytes] = {};
+    if (!choose_native(name, list, native)) {
+        LOG_AS(handler, "Err: %s = %s!!\n", name, value);
+        return;
+    }
+    nbus_set(native, value);
+    LOG_AS(handler, "Set %s = %s done!!\n", native, value);
+}
+
 } // namespace
 
 void cb_corvane_simple_set1(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set1_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set1_list);
 }
 
 void cb_corvane_simple_set2(const char *name, const char *value)
@@ -291,52 +298,20 @@ void cb_corvane_simple_set2(const char *name, const char *value)
 
 void cb_corvane_simple_set3(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set3_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set3_list);
 }
 
 void cb_corvane_simple_set4(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set4_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set4_list);
 }
 
 void cb_corvane_simple_set5(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set5_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set5_list);
 }
 
 void cb_corvane_simple_set6(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set6_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set6_list);
 }

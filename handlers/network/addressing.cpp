@@ -49,28 +49,22 @@ constexpr OptionSwitch option_switches[] = {
     {"corvane.ipv6enabled", 512, "true", "false"},
 };
 
-// Outcome of bringing one bit of the option word in line with a switch.
-struct BitUpdate {
-    int error;      // read error of the option word, 0 when read
-    bool written;   // the word differed and was rewritten
-    char number[16];
-};
-
-BitUpdate align_option_bit(int32_t bit, bool wanted)
+// Brings one bit of the option word in line with a switch; a rewrite or a
+// failed read of the word is logged under `handler`'s name.
+void align_option_bit(const char *handler, const char *name, const char *value, int32_t bit, bool wanted)
 {
-    BitUpdate update{};
     char word[8];
-    update.error = read_node(kNetopt, word);
-    if (update.error)
-        return update;
+    if (int error = read_node(kNetopt, word)) {
+        LOG_AS(handler, "nbus_get %s, error : %d!!\n", kNetopt, error);
+        return;
+    }
     int32_t current = parse_decimal(word);
     if (((current & bit) != 0) == wanted)
-        return update;
-    int32_t next = wanted ? (current | bit) : (current & ~bit);
-    format_into(update.number, "%d", next);
-    nbus_set(kNetopt, update.number);
-    update.written = true;
-    return update;
+        return;
+    char number[16];
+    format_into(number, "%d", wanted ? (current | bit) : (current & ~bit));
+    nbus_set(kNetopt, number);
+    LOG_AS(handler, "Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, number);
 }
 
 } // namespace
@@ -93,50 +87,32 @@ void cb_corvane_gateway(const char *name, const char *value)
 
 void cb_corvane_subnetmask(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kMask, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kMask, value);
+    copy_handler(__func__, name, value, kMask);
 }
 
 void cb_corvane_ipv6address(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kIpv6Address, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Address, value);
+    copy_handler(__func__, name, value, kIpv6Address);
 }
 
 void cb_corvane_ipv6prefixlen(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kIpv6Prefix, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Prefix, value);
+    copy_handler(__func__, name, value, kIpv6Prefix);
 }
 
 void cb_corvane_ntpserver_ip(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kNtpServer, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNtpServer, value);
+    copy_handler(__func__, name, value, kNtpServer);
 }
 
 void cb_corvane_liveipv4(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kLiveIpv4, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kLiveIpv4, value);
+    copy_handler(__func__, name, value, kLiveIpv4);
 }
 
 void cb_corvane_rtspport(const char *name, const char *value)
 {
-    if (!ENTERED(name, value))
-        return;
-    nbus_set(kRtspPort, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kRtspPort, value);
+    copy_handler(__func__, name, value, kRtspPort);
 }
 
 void cb_corvane_webserverport(const char *name, const char *value)
@@ -164,11 +140,7 @@ void cb_corvane_ipv4mode(const char *name, const char *value)
         return;
     nbus_set(kIpv4Mode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv4Mode, value);
-    BitUpdate update = align_option_bit(option_switches[0].bit, contains(value, "dhcp"));
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[0].bit, contains(value, "dhcp"));
 }
 
 void cb_corvane_datemode(const char *name, const char *value)
@@ -177,11 +149,7 @@ void cb_corvane_datemode(const char *name, const char *value)
         return;
     nbus_set(kDateMode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kDateMode, value);
-    BitUpdate update = align_option_bit(option_switches[1].bit, contains(value, "ntp"));
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[1].bit, contains(value, "ntp"));
 }
 
 void cb_corvane_ipv6enabled(const char *name, const char *value)
@@ -192,11 +160,7 @@ void cb_corvane_ipv6enabled(const char *name, const char *value)
     const char *native_value = enabled ? "on" : "off";
     nbus_set(kIpv6Enable, native_value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Enable, native_value);
-    BitUpdate update = align_option_bit(option_switches[2].bit, enabled);
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[2].bit, enabled);
 }
 
 // Fans the bit set out to the three legacy switches; their handlers write the
