@@ -26,9 +26,6 @@ static_assert(sizeof(LensProfile) == 13 * sizeof(int32_t), "a lens profile is 13
 constexpr int kLensProfileCount = 2;
 extern const LensProfile lens_profiles[kLensProfileCount];
 
-// Autofocus enable word per camera; only cam1 is enabled at power-up.
-extern int32_t af_enable[4];
-
 // getLensTypeIndex: index of the profile of the fitted lens (model text in),
 // -1 when the type is unknown.
 #define LENS_PROFILE_ROUTINES(X) X(text_query, getLensTypeIndex)

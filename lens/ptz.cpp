@@ -11,7 +11,7 @@
 #include "lens/home.h"
 #include "lens/layouts.h"
 #include "lens/lens_commands.h"
-#include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -78,18 +78,18 @@ int cameras()
 void enable_autofocus_all()
 {
     for (int camera = 0; camera < cameras(); ++camera)
-        af_enable[camera] = 1;
+        lens.af_enable[camera] = 1;
 }
 
 void run_home_routine()
 {
-    if (service.home_routine)
-        service.home_routine();
+    if (lens.home_routine)
+        lens.home_routine();
 }
 
 int pending_slot()
 {
-    return static_cast<int>(service.pending_preset & 0xFFu);
+    return static_cast<int>(lens.pending_preset & 0xFFu);
 }
 
 } // namespace
@@ -128,7 +128,7 @@ void cb_corvane_ptz_home(const char *name, const char *value)
     case PtzAction::record:
         run_home_routine();
         LOG("preset%d-refocus all cam!\n", command->preset);
-        service.pending_preset = static_cast<uint32_t>(command->preset);
+        lens.pending_preset = static_cast<uint32_t>(command->preset);
         break;
     case PtzAction::recall:
         cb_corvane_ptz_preset(command->preset, 0);
@@ -140,7 +140,7 @@ void cb_corvane_ptz_home(const char *name, const char *value)
             break;
         }
         cb_corvane_ptz_preset(slot, 1);
-        service.pending_preset = 0;
+        lens.pending_preset = 0;
         reply = slot == 1 ? "ptz-preset1_done" : "ptz-preset2_done";
         break;
     }

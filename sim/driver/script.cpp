@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
-#include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "sim/driver/head.h"
 #include "sim/driver/routines.h"
 #include "sim/platform/head.h"
@@ -65,10 +65,10 @@ struct ContextField {
 int32_t *context_word(const std::string &name)
 {
     static const ContextField fields[] = {
-        {"cam_count", &service.cam_count},   {"mcu_tick", &service.mcu_tick},
-        {"lens_index", &service.lens_index}, {"lens_step2", &service.lens_step2},
-        {"mcu_version", &service.mcu_version}, {"tick", &service.tick},
-        {"pending_preset", reinterpret_cast<int32_t *>(&service.pending_preset)},
+        {"cam_count", &service.cam_count},   {"mcu_tick", &lens.mcu_tick},
+        {"lens_index", &lens.lens_index},    {"lens_step2", &lens.lens_step2},
+        {"mcu_version", &lens.mcu_version},  {"tick", &service.tick},
+        {"pending_preset", reinterpret_cast<int32_t *>(&lens.pending_preset)},
     };
     for (const ContextField &field : fields)
         if (name == field.name)
@@ -85,7 +85,7 @@ int32_t *context_word(const std::string &name)
     if (name.rfind("af_enable.", 0) == 0) {
         int camera = atoi(name.c_str() + 10);
         if (camera >= 1 && camera <= 4)
-            return &af_enable[camera - 1];
+            return &lens.af_enable[camera - 1];
     }
     return nullptr;
 }
@@ -100,7 +100,7 @@ std::string context_text(const std::string &name, bool *known)
     if (name == "model_id")
         return service.model_id;
     if (name == "home_routine")
-        return service.home_routine ? name_of_routine(reinterpret_cast<const void *>(service.home_routine)) : "none";
+        return lens.home_routine ? name_of_routine(reinterpret_cast<const void *>(lens.home_routine)) : "none";
     if (int32_t *word = context_word(name))
         return std::to_string(*word);
     *known = false;
