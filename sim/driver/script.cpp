@@ -111,6 +111,7 @@ std::string context_text(const std::string &name, bool *known)
 
 const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"set", &ScriptRunner::client_set, "set NAME [VALUE]          a client writes a node"},
+    {"set-writes", &ScriptRunner::set_writes, "set-writes NAME VALUE NATIVE NATIVE-VALUE   set, then expect-write"},
     {"device-set", &ScriptRunner::device_set, "device-set NAME [VALUE]   the device changes a node, no notification"},
     {"remove", &ScriptRunner::remove, "remove NAME               the node disappears"},
     {"fault", &ScriptRunner::fault, "fault NAME CODE           reads of NAME fail with CODE (0 clears)"},
@@ -193,6 +194,18 @@ void ScriptRunner::client_set(Arguments &arguments)
     begin_action();
     sim::client_write(name, value);
     end_action();
+}
+
+// One line of a mapping table: "set NAME VALUE" and "expect-write NATIVE
+// NATIVE-VALUE" (VALUE a word or a quoted text).
+void ScriptRunner::set_writes(Arguments &arguments)
+{
+    std::string name = arguments.word();
+    std::string value = arguments.word();
+    begin_action();
+    sim::client_write(name, value);
+    end_action();
+    expect_write(arguments);
 }
 
 void ScriptRunner::device_set(Arguments &arguments)

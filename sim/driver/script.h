@@ -36,6 +36,7 @@ private:
     void fail(const std::string &what);
 
     void client_set(Arguments &);
+    void set_writes(Arguments &);
     void device_set(Arguments &);
     void remove(Arguments &);
     void fault(Arguments &);
