@@ -190,7 +190,11 @@ void ScriptRunner::end_action()
 void ScriptRunner::client_set(Arguments &arguments)
 {
     std::string name = arguments.word();
-    std::string value = arguments.rest();
+    client_write(name, arguments.rest());
+}
+
+void ScriptRunner::client_write(const std::string &name, const std::string &value)
+{
     begin_action();
     sim::client_write(name, value);
     end_action();
@@ -201,10 +205,7 @@ void ScriptRunner::client_set(Arguments &arguments)
 void ScriptRunner::set_writes(Arguments &arguments)
 {
     std::string name = arguments.word();
-    std::string value = arguments.word();
-    begin_action();
-    sim::client_write(name, value);
-    end_action();
+    client_write(name, arguments.word());
     expect_write(arguments);
 }
 
