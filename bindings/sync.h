@@ -4,8 +4,7 @@
 
 #include "frame/routine.h"
 
-#define SYNC_ROUTINES(X)           \
-    X(sync, cb_corvane_nodes_sync)
+#define SYNC_ROUTINES(X) X(sync, cb_corvane_nodes_sync)
 
 SYNC_ROUTINES(DECLARE_ROUTINE)
 

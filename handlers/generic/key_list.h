@@ -1,7 +1,8 @@
-// The simple-set key lists: each member of the family owns an ordered list of {match key,
-// native node}; the first key found anywhere in the legacy name wins and the
-// value is copied unchanged to that native node. The recording lists build
-// their native node as "<target>.<event>.<field>" from the words in the key.
+// The simple-set key lists: each member of the family owns an ordered list
+// of {match key, native node}; the first key found anywhere in the legacy
+// name wins and the value is copied unchanged to that native node. The
+// recording lists build their native node as "<target>.<event>.<field>" from
+// the words in the key.
 #ifndef HANDLERS_GENERIC_KEY_LIST_H
 #define HANDLERS_GENERIC_KEY_LIST_H
 
