@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "bindings/routines.h"
+#include "bindings/binding.h"
+#include "bindings/routine_list.h"
 #include "sim/platform/sim.h"
 #include "tests/fuzz/fuzz_daemon.h"
 
@@ -22,40 +23,27 @@ struct Family {
     std::vector<Handler> routines;
 };
 
+// The handlers of a family's routine lists (the other shapes drop out).
+#define HANDLER_IN_LIST(shape, routine) HANDLER_IF_##shape(routine)
+#define HANDLER_IF_handler(routine) routine,
+#define HANDLER_IF_converter(routine)
+#define HANDLER_IF_plain(routine)
+#define HANDLER_IF_one_number(routine)
+#define HANDLER_IF_two_numbers(routine)
+#define HANDLER_IF_max_fps(routine)
+#define HANDLER_IF_text_query(routine)
+#define HANDLER_IF_sync(routine)
+
 const Family families[] = {
     {"generic",
-     {cb_corvane_simple_set, cb_corvane_simple_set1, cb_corvane_simple_set2, cb_corvane_simple_set3,
-      cb_corvane_simple_set4, cb_corvane_simple_set5, cb_corvane_simple_set6, cb_corvane_account_users,
-      cb_corvane_viewer, cb_corvane_admin, cb_corvane_showorder}},
-    {"image",
-     {cb_corvane_exposure_mode, cb_corvane_autoexp, cb_corvane_shortexposures, cb_corvane_lowlight, cb_corvane_wdr,
-      cb_corvane_analoggain, cb_corvane_daygain, cb_corvane_nightgain, cb_corvane_daynight, cb_corvane_dn_hrmin,
-      cb_corvane_freq, cb_corvane_equalbright, cb_corvane_sync_awb_dn_ae, cb_corvane_defog, cb_corvane_brightness,
-      cb_corvane_sharpness_gate, cb_corvane_saturation, cb_corvane_contrast_hue, cb_corvane_white_balance,
-      cb_corvane_blue_red, cb_corvane_rotate, cb_corvane_img_mirror, cb_corvane_img_flip, cb_corvane_img_rotate,
-      cb_corvane_equalcolor, cb_corvane_pmask_block, cb_corvane_pmask_blrt, cb_corvane_osd_all,
-      cb_corvane_roi_lv_en}},
-    {"encoder",
-     {cb_corvane_resolution, cb_corvane_fps, cb_corvane_global_mode, cb_corvane_scaling, cb_corvane_scaling_size,
-      cb_corvane_imgquality, cb_corvane_keyframe, cb_corvane_keyframeinterval, cb_corvane_qp, cb_corvane_sei,
-      cb_corvane_snapstream, cb_corvane_enc_stream, cb_corvane_bitrate, cb_corvane_ratelimit, cb_corvane_rlmode}},
+     {SIMPLE_SET_ROUTINES(HANDLER_IN_LIST) SIMPLE_SET_VARIANT_ROUTINES(HANDLER_IN_LIST)
+          ACCOUNT_ROUTINES(HANDLER_IN_LIST)}},
+    {"image", {EXPOSURE_ROUTINES(HANDLER_IN_LIST) COLOUR_ROUTINES(HANDLER_IN_LIST) MASK_ROUTINES(HANDLER_IN_LIST)}},
+    {"encoder", {RESOLUTION_ROUTINES(HANDLER_IN_LIST) STREAM_ROUTINES(HANDLER_IN_LIST)}},
     {"network",
-     {cb_corvane_ip, cb_corvane_gateway, cb_corvane_subnetmask, cb_corvane_ipv6address, cb_corvane_ipv6prefixlen,
-      cb_corvane_ntpserver_ip, cb_corvane_liveipv4, cb_corvane_rtspport, cb_corvane_webserverport,
-      cb_corvane_eth_negotiation, cb_corvane_ipv4mode, cb_corvane_datemode, cb_corvane_ipv6enabled,
-      cb_corvane_netopt, cb_corvane_rtpport, cb_corvane_url_streamip, cb_corvane_en_multicast,
-      cb_corvane_qos_default_video, cb_corvane_qos_enable, cb_corvane_en_snmpv2c, cb_corvane_en_snmpv3,
-      cb_corvane_ssl_install_status}},
-    {"events",
-     {cb_corvane_mdtotalzones, cb_corvane_motiondetect, cb_corvane_mdzonesize, cb_corvane_mdlevelthreshold,
-      cb_corvane_mddetail, cb_corvane_mdsensitivity, cb_corvane_auxin_schedule, cb_corvane_od_schedule,
-      cb_corvane_ftp_schedule, cb_corvane_nfs_schedule, cb_corvane_sd_func_gate, cb_corvane_auxout,
-      cb_corvane_smtp_mail, cb_corvane_audinput, cb_corvane_linein_volume, cb_corvane_sd_codec, cb_corvane_af_dn,
-      cb_corvane_af_zoom, cb_corvane_auxin, cb_corvane_exp_ref_channel, cb_corvane_illum,
-      cb_corvane_motion_compensation}},
-    {"lens",
-     {cb_corvane_focus, cb_corvane_zoom, cb_corvane_pan, cb_corvane_tilt, cb_corvane_allfocus, cb_corvane_allzoom,
-      cb_corvane_allpan, cb_corvane_alltilt, cb_ptzstatus, cb_corvane_ptz_home, do_new_pan, do_old_pan}},
+     {ADDRESSING_ROUTINES(HANDLER_IN_LIST) STREAMING_ROUTINES(HANDLER_IN_LIST) MANAGEMENT_ROUTINES(HANDLER_IN_LIST)}},
+    {"events", {MOTION_ROUTINES(HANDLER_IN_LIST) SCHEDULE_ROUTINES(HANDLER_IN_LIST) ACTION_ROUTINES(HANDLER_IN_LIST)}},
+    {"lens", {LENS_COMMAND_ROUTINES(HANDLER_IN_LIST) PTZ_ROUTINES(HANDLER_IN_LIST) LAYOUT_ROUTINES(HANDLER_IN_LIST)}},
 };
 
 // Not called directly: under another node's name it fans out switch words

@@ -34,12 +34,27 @@ def write_seed(target, data):
         out.write(data)
 
 
+FAMILY_HEADERS = {
+    "generic": ["handlers/generic/simple_set.h", "handlers/generic/simple_set_variants.h",
+                "handlers/generic/accounts.h"],
+    "image": ["handlers/image/exposure.h", "handlers/image/colour.h", "handlers/image/masks.h"],
+    "encoder": ["handlers/encoder/resolution.h", "handlers/encoder/streams.h"],
+    "network": ["handlers/network/addressing.h", "handlers/network/streaming.h",
+                "handlers/network/management.h"],
+    "events": ["handlers/events/motion.h", "handlers/events/schedules.h", "handlers/events/actions.h"],
+    "lens": ["lens/lens_commands.h", "lens/ptz.h", "lens/layouts.h"],
+}
+
+
 def families():
-    """Family name -> routine names, from the table in handlers.cpp."""
-    text = open(os.path.join(FUZZ, "handlers.cpp")).read()
+    """Family name -> handler names, from the routine lists of its headers
+    (in the order the fuzz target lists them)."""
     found = {}
-    for name, body in re.findall(r'\{"(\w+)",\s*\{([^}]*)\}\}', text):
-        found[name] = re.findall(r"\w+", body)
+    for family, headers in FAMILY_HEADERS.items():
+        found[family] = []
+        for header in headers:
+            text = open(os.path.join(ROOT, header)).read()
+            found[family] += re.findall(r"X\(handler, (\w+)\)", text)
     return found
 
 
