@@ -67,7 +67,7 @@ void convert_value(const char *converter, const char *legacy_name, const char *n
 const char *number_text(LegacyText &scratch, int32_t number)
 {
     format_into(scratch, "%d", number);
-    return scratch;
+    return &scratch[0];
 }
 
 // Sensor number of a name, 0 when it names none.
