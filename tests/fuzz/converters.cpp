@@ -71,19 +71,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (calls.empty())
         return 0;
-    std::string legacy;
-    std::string rest;
-    split_input(data, size, &legacy, &rest);
+    std::string rest(reinterpret_cast<const char *>(data), size);
+    std::string legacy = take_line(&rest);
     auto pick = std::lower_bound(calls.begin(), calls.end(), legacy,
                                  [](const Call &call, const std::string &name) { return call.legacy_name < name; });
     const Call &call = pick == calls.end() ? calls.front() : *pick;
     std::vector<std::pair<std::string, std::optional<std::string>>> before;
     for (const std::string &node : call.reads) {
-        std::string value;
-        std::string remaining = rest;
-        split_input(reinterpret_cast<const uint8_t *>(remaining.data()), remaining.size(), &value, &rest);
         before.emplace_back(node, sim::node(node));
-        sim::device_write(node, value);
+        sim::device_write(node, take_line(&rest));
     }
     run(call);
     for (const auto &[node, old] : before) {

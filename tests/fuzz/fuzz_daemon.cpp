@@ -74,12 +74,10 @@ void undo_writes()
     }
 }
 
-void split_input(const uint8_t *data, size_t size, std::string *head, std::string *rest)
+std::string take_line(std::string *text)
 {
-    const char *text = reinterpret_cast<const char *>(data);
-    size_t end = 0;
-    while (end < size && text[end] != '\n' && text[end] != '\0')
-        ++end;
-    head->assign(text, end);
-    rest->assign(end < size ? text + end + 1 : text + size, end < size ? size - end - 1 : 0);
+    size_t end = text->find_first_of(std::string("\n\0", 2));
+    std::string line = text->substr(0, end);
+    text->erase(0, end == std::string::npos ? text->size() : end + 1);
+    return line;
 }

@@ -16,8 +16,9 @@ void start_daemon();
 // Puts back every node written since the last call (no notification).
 void undo_writes();
 
-// Splits an input at its first '\n' (or NUL): the head and the rest.
-void split_input(const uint8_t *data, size_t size, std::string *head, std::string *rest);
+// The text up to the first line feed or NUL, removed from `text` with its
+// terminator.
+std::string take_line(std::string *text);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);

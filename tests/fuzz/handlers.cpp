@@ -86,16 +86,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (size == 0)
         return 0;
     if ((data[0] != 0x01 || size < 2) && !registered_names.empty()) {
-        std::string name;
-        std::string value;
-        split_input(data, size, &name, &value);
+        std::string value(reinterpret_cast<const char *>(data), size);
+        std::string name = take_line(&value);
         auto pick = std::lower_bound(registered_names.begin(), registered_names.end(), name);
         sim::client_write(pick == registered_names.end() ? registered_names.front() : *pick, value);
     } else {
         Handler routine = direct_routines[data[1] % direct_routines.size()];
-        std::string name;
-        std::string value;
-        split_input(data + 2, size - 2, &name, &value);
+        std::string value(reinterpret_cast<const char *>(data + 2), size - 2);
+        std::string name = take_line(&value);
         sim::run_on_bus([&] { routine(name.c_str(), value.c_str()); });
     }
     undo_writes();

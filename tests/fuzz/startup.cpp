@@ -46,11 +46,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     sim::restore_nodes(device_nodes);
-    std::string line;
     std::string rest(reinterpret_cast<const char *>(data), size);
     while (!rest.empty()) {
-        std::string remaining = rest;
-        split_input(reinterpret_cast<const uint8_t *>(remaining.data()), remaining.size(), &line, &rest);
+        std::string line = take_line(&rest);
         size_t equal = line.find('=');
         if (equal == std::string::npos)
             continue;
