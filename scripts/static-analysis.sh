@@ -19,7 +19,11 @@ cppcheck --enable=warning,performance,portability --std=c++20 --language=c++ --e
     --inline-suppr --quiet -j "$jobs" -I . $sources
 
 echo "=== gcc -fanalyzer"
+# One exception: gcc 12's analyzer takes the static invoker of a captureless
+# lambda for a call with a null 'this' (-Wanalyzer-null-argument), a false
+# positive of its C++ support.
 # shellcheck disable=SC2086
 printf '%s\n' $sources | xargs -P "$jobs" -I{} \
-    g++ -std=c++20 -I . -O1 -fanalyzer -Wall -Wextra -Werror -Wformat=2 -c {} -o /dev/null
+    g++ -std=c++20 -I . -O1 -fanalyzer -Wno-analyzer-null-argument -Wall -Wextra -Werror -Wformat=2 \
+    -c {} -o /dev/null
 echo "static analysis: no findings"
