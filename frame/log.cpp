@@ -3,6 +3,19 @@
 #include <cstdarg>
 #include <cstdio>
 
+namespace {
+
+// Longer than any line the daemon prints; a longer one is merely split.
+constexpr size_t kLineBufferBytes = 1024;
+
+} // namespace
+
+void log_open()
+{
+    static char line_buffer[kLineBufferBytes];
+    setvbuf(stdout, line_buffer, _IOLBF, sizeof line_buffer);
+}
+
 void log_prefix(const char *function, int line)
 {
     printf("[%s]-%d: ", function, line);

@@ -58,6 +58,8 @@ namespace corvaned {
 
 int main()
 {
+    log_open();
+
     signal(SIGINT, signal_handler);
     signal(SIGTERM, signal_handler);
     signal(SIGQUIT, signal_handler);

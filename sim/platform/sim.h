@@ -63,7 +63,8 @@ std::string routine_name(const void *routine);
 std::string escape(const std::string &text);
 
 // ---- time and lifecycle ----
-// Real time is divided by this (1: real time).
+// Real time is divided by this: 1 (real time) unless set; corvane-sim sets
+// 100 without --realtime, the unit tests 100.
 void set_time_divisor(long divisor);
 long time_divisor();
 // Start-up is finished once the main loop sleeps for the first time or the

@@ -31,7 +31,7 @@ size_t poll_record_index = SIZE_MAX;  // the run's line in `current`, if it is t
 long record_repeats = 0;              // the run's length within `current`
 std::function<std::string(const void *)> namer;
 
-long divisor = 100;
+long divisor = 1;  // real time unless corvane-sim or a test asks for faster
 bool started = false;
 bool daemon_finished = false;
 long sleeps = 0;
