@@ -3,10 +3,14 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "frame/text.h"
+
 namespace {
 
 // Longer than any line the daemon prints; a longer one is merely split.
 constexpr size_t kLineBufferBytes = 1024;
+// Function names are far shorter; a longer one is cut.
+constexpr size_t kPrefixBytes = 128;
 
 } // namespace
 
@@ -16,9 +20,21 @@ void log_open()
     setvbuf(stdout, line_buffer, _IOLBF, sizeof line_buffer);
 }
 
+// "[function]-line: " put together by hand: it is printed before every
+// line, and a general printf costs several times as much.
 void log_prefix(const char *function, int line)
 {
-    printf("[%s]-%d: ", function, line);
+    char prefix[kPrefixBytes];
+    size_t length = 0;
+    prefix[length++] = '[';
+    for (const char *next = function; *next != '\0' && length < sizeof prefix - 16; ++next)
+        prefix[length++] = *next;
+    prefix[length++] = ']';
+    prefix[length++] = '-';
+    length += put_decimal(prefix + length, line);
+    prefix[length++] = ':';
+    prefix[length++] = ' ';
+    fwrite(prefix, 1, length, stdout);
 }
 
 void log_message(const char *format, ...)

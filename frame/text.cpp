@@ -12,6 +12,23 @@ int digit_after(const char *text, const char *marker)
     return static_cast<unsigned char>(found[strlen(marker)]) - '0';
 }
 
+size_t put_decimal(char *out, int number)
+{
+    char digits[10];
+    size_t count = 0;
+    unsigned value = number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+    do {
+        digits[count++] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    size_t length = 0;
+    if (number < 0)
+        out[length++] = '-';
+    while (count > 0)
+        out[length++] = digits[--count];
+    return length;
+}
+
 int32_t parse_decimal(const char *text)
 {
     long value = strtol(text, nullptr, 10);

@@ -71,3 +71,12 @@ TEST(WrapInt32, WrapsAsTwosComplement)
     EXPECT_EQ(wrap_int32(int64_t{INT32_MIN} - 50), INT32_MAX - 49);
     EXPECT_EQ(wrap_int32(-5), -5);
 }
+
+TEST(PutDecimal, WritesWhatPercentDWould)
+{
+    for (int number : {0, 7, 10, 65530, -1, -45, INT_MAX, INT_MIN}) {
+        char out[12];
+        size_t length = put_decimal(out, number);
+        EXPECT_EQ(std::string(out, length), std::to_string(number));
+    }
+}
