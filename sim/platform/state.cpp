@@ -38,6 +38,7 @@ long sleeps = 0;
 bool lockstep = false;
 long granted = 0;
 std::thread::id main_thread;
+std::function<void()> started_callback;
 
 void flush_poll_locked()
 {
@@ -63,6 +64,7 @@ std::string trim(const std::string &text)
 std::string escape(const std::string &text)
 {
     std::string out;
+    out.reserve(text.size());
     for (unsigned char c : text) {
         switch (c) {
         case '\\': out += "\\\\"; break;
@@ -84,10 +86,19 @@ std::string escape(const std::string &text)
 
 std::string escape_name(const std::string &name)
 {
+    if (name.empty())
+        return "\"\"";
+    std::string escaped = escape(name);
+    if (escaped.find(' ') == std::string::npos)
+        return escaped;
     std::string out;
-    for (char c : escape(name))
-        out += c == ' ' ? std::string("\\x20") : std::string(1, c);
-    return name.empty() ? std::string("\"\"") : out;
+    for (char c : escaped) {
+        if (c == ' ')
+            out += "\\x20";
+        else
+            out += c;
+    }
+    return out;
 }
 
 // Device file: "name=value" nodes, "@param=value" platform parameters,
@@ -314,8 +325,22 @@ bool on_main_thread()
     return std::this_thread::get_id() == main_thread;
 }
 
+void on_started(std::function<void()> callback)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    started_callback = std::move(callback);
+}
+
 void note_main_loop_sleep()
 {
+    std::function<void()> first;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        if (!started)
+            first = std::move(started_callback);
+    }
+    if (first)
+        first();
     std::unique_lock<std::mutex> lock(state_mutex);
     started = true;
     ++sleeps;
