@@ -37,6 +37,13 @@ bool bus_released = false;
 long registrations = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
+std::vector<BusCall> *recorded_calls = nullptr;
+
+void record_locked(BusCall::Kind kind, const char *name, const char *value, int size)
+{
+    if (recorded_calls)
+        recorded_calls->push_back({kind, name, value, size});
+}
 
 void bus_loop()
 {
@@ -98,9 +105,11 @@ void drain_inline(std::unique_lock<std::mutex> &lock)
     }
 }
 
-void write_and_wait(const std::string &name, const std::string &value)
+void write_and_wait(const std::string &name, const std::string &value, bool by_daemon = false)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
+    if (by_daemon)
+        record_locked(BusCall::set, name.c_str(), value.c_str(), 0);
     store_and_notify_locked(name, value);
     drain_inline(lock);
     wait_idle_locked(lock);
@@ -230,6 +239,12 @@ bool released()
     return bus_released;
 }
 
+void record_bus_calls(std::vector<BusCall> *calls)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    recorded_calls = calls;
+}
+
 } // namespace sim
 
 using namespace sim;
@@ -254,6 +269,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
     if (!name || !buf || size <= 0)
         return kBadArguments;
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::get, name, "", size);
     auto fault = read_faults.find(name);
     if (fault != read_faults.end())
         return fault->second;
@@ -269,7 +285,7 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
-    write_and_wait(name, value);
+    write_and_wait(name, value, true);
     return 0;
 }
 
@@ -279,6 +295,7 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
         return kBadArguments;
     trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);
     ++registrations;
     return 0;

@@ -79,6 +79,21 @@ long main_loop_sleeps();
 void set_lockstep(bool on);
 void wait_main_loop_sleeps(long count);
 
+// ---- measuring (corvane-bench) ----
+// One bus call of the daemon, as it made it.
+struct BusCall {
+    enum Kind { get, set, listen } kind;
+    std::string name;
+    std::string value;  // set: the value written
+    int size = 0;       // get: the buffer size
+};
+// Appends every nbus_get, nbus_set and nbus_listen of the daemon to `calls`
+// from now on; null stops.
+void record_bus_calls(std::vector<BusCall> *calls);
+// Runs `callback` once on the main thread when start-up has finished, just
+// before the main loop's first sleep.
+void on_started(std::function<void()> callback);
+
 } // namespace sim
 
 #endif
