@@ -218,8 +218,9 @@ void report_startup(const ReportOptions &options, const std::string &self)
     printf("## Start-up synchronisation\n\n"
            "From the daemon's entry to its first main-loop sleep, against the same bus calls "
            "(every `nbus_listen`, `nbus_get` and `nbus_set` the daemon made, recorded once) "
-           "replayed bare on the same simulated bus with listeners that do nothing. Fresh "
-           "process per run, daemon and replay alternating; %d runs each.\n\n",
+           "replayed bare on the same simulated bus with listeners that do nothing. Processor "
+           "time of the process; a fresh process per run, daemon and replay alternating; %d runs "
+           "each.\n\n",
            runs);
     printf("| sensors | bus calls | daemon, ms | bare replay, ms | time ratio | instructions, daemon | "
            "instructions, replay | instruction ratio | target |\n"
@@ -321,7 +322,8 @@ void report_writes(const ReportOptions &options, const std::string &self)
     printf("## Client writes\n\n"
            "One client write of a legacy node, returning once the bus is idle again (the handler "
            "and every write it caused done), against a bare client write of a node whose only "
-           "listener does nothing. %d rounds of %d writes per handler family, alternating "
+           "listener does nothing. Processor time of the process per write; %d rounds of %d writes "
+           "per handler family, alternating "
            "between two values, the floor measured in every round; the ratio is taken per round. "
            "Instructions: callgrind, all threads, over %d writes each. *Bus writes* are the "
            "daemon's own writes per client write.\n\n",
@@ -335,9 +337,10 @@ void report_writes(const ReportOptions &options, const std::string &self)
     printf("| handler family | node | bus writes | µs per write | time ratio | instructions per write | "
            "instruction ratio | target |\n"
            "|---|---|---:|---:|---|---:|---:|---|\n");
-    printf("| *bare write (floor)* | `%s` | 0 | %s | 1 | %s | 1 | |\n", kFloorNode,
+    printf("| *bare write (floor)* | `%s` | 0 | %s | 1 | %s | %s | |\n", kFloorNode,
            fixed(spread_of(floor).median / 1000, 1).c_str(),
-           floor_instructions > 0 ? grouped(floor_instructions / counted).c_str() : "–");
+           floor_instructions > 0 ? grouped(floor_instructions / counted).c_str() : "–",
+           floor_instructions > 0 ? "1" : "–");
     constexpr int kCases = static_cast<int>(std::size(kWriteCases));
     for (int index = 0; index < kCases; ++index) {
         const WriteCase &write = kWriteCases[index];
@@ -354,7 +357,8 @@ void report_writes(const ReportOptions &options, const std::string &self)
     Spread floor_ns = spread_of(figures.burst_floor_ns);
     Spread daemon_ns = spread_of(figures.burst_daemon_ns);
     printf("## Burst\n\n"
-           "%s client writes of `%s` back to back, against as many bare writes; %d runs.\n\n"
+           "%s client writes of `%s` back to back, against as many bare writes; processor "
+           "time, %d runs.\n\n"
            "| writes | bare writes per second | daemon writes per second | time ratio |\n"
            "|---:|---:|---:|---|\n"
            "| %s | %s | %s | %s |\n\n",

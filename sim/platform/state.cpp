@@ -1,4 +1,5 @@
 // Device parameters, the trace, the per-step record, time and lifecycle.
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <csignal>
@@ -39,6 +40,14 @@ bool lockstep = false;
 long granted = 0;
 std::thread::id main_thread;
 std::function<void()> started_callback;
+bool signal_params = false;  // some "signal.NODE" parameter is set
+
+void store_param_locked(const std::string &name, const std::string &value)
+{
+    params[name] = value;
+    if (name.rfind("signal.", 0) == 0)
+        signal_params = true;
+}
 
 void flush_poll_locked()
 {
@@ -61,8 +70,19 @@ std::string trim(const std::string &text)
 
 } // namespace
 
+namespace {
+
+bool plain_character(unsigned char c)
+{
+    return c >= 0x20 && c < 0x7f && c != '\\';
+}
+
+} // namespace
+
 std::string escape(const std::string &text)
 {
+    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
+        return text;
     std::string out;
     out.reserve(text.size());
     for (unsigned char c : text) {
@@ -118,7 +138,7 @@ bool load_device(const std::string &path, std::string *error)
     {
         std::lock_guard<std::mutex> lock(state_mutex);
         for (auto &[name, value] : parameters)
-            params[name] = value;
+            store_param_locked(name, value);
         configured = true;
     }
     for (auto &[name, value] : nodes)
@@ -166,7 +186,7 @@ long param_number(const std::string &name, long otherwise)
 void set_param(const std::string &name, const std::string &value)
 {
     std::lock_guard<std::mutex> lock(state_mutex);
-    params[name] = value;
+    store_param_locked(name, value);
     configured = true;
 }
 
@@ -178,6 +198,7 @@ void reset()
     reset_head();
     std::lock_guard<std::mutex> lock(state_mutex);
     params.clear();
+    signal_params = false;
     current = Record();
     poll_record_index = SIZE_MAX;
     configured = true;
@@ -226,7 +247,7 @@ void note_daemon_write(const std::string &name, const std::string &value)
     {
         std::lock_guard<std::mutex> lock(state_mutex);
         current.writes.emplace_back(name, value);
-        auto found = params.find("signal." + name);
+        auto found = signal_params ? params.find("signal." + name) : params.end();
         if (found != params.end()) {
             signal_number = static_cast<int>(strtol(found->second.c_str(), nullptr, 0));
             params.erase(found);  // once
