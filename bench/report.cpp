@@ -27,6 +27,8 @@ namespace bench {
 
 namespace {
 
+bool any_failed = false;  // a measured process failed: the report says so, the exit status too
+
 std::string directory_of(const std::string &path)
 {
     size_t slash = path.rfind('/');
@@ -250,6 +252,7 @@ void report_startup(const ReportOptions &options, const std::string &self)
         }
         unlink(sequence.c_str());
         if (!ok) {
+            any_failed = true;
             printf("| %d | failed to run | | | | | | | |\n", startup.sensors);
             continue;
         }
@@ -329,6 +332,7 @@ void report_writes(const ReportOptions &options, const std::string &self)
            "daemon's own writes per client write.\n\n",
            runs, count, counted);
     if (!ok) {
+        any_failed = true;
         printf("The measurement failed to run.\n\n");
         return;
     }
@@ -488,6 +492,7 @@ void report_idle(const ReportOptions &options, const std::string &self_directory
     for (const Subject &subject : subjects) {
         IdleFigures idle = measure_idle(subject.argv, counter, seconds);
         if (!idle.ok) {
+            any_failed = true;
             printf("| %s | failed to run | | | | | | |\n", subject.what);
             continue;
         }
@@ -512,7 +517,7 @@ int report(const ReportOptions &options)
     report_writes(effective, self);
     report_idle(effective, self_directory);
     fflush(stdout);
-    return 0;
+    return any_failed ? 1 : 0;
 }
 
 } // namespace bench

@@ -9,7 +9,8 @@ struct ReportOptions {
     bool callgrind = true;   // instruction counts, when valgrind is installed
 };
 
-// Prints the markdown sections of the daemon's own figures.
+// Prints the markdown sections of the daemon's own figures; 1 when a
+// measured process failed (its row says so).
 int report(const ReportOptions &options);
 
 } // namespace bench

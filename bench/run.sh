@@ -113,10 +113,11 @@ micro() {
     echo
 }
 
+failed=""
 {
     header
     echo "=== daemon figures" >&2
-    "$build_dir/corvane-bench" $quick
+    "$build_dir/corvane-bench" $quick || failed=yes
     heap_free
     if [ -n "$arm" ]; then arm_size; fi
     if [ -x "$build_dir/corvane-microbench" ]; then echo "=== micro benchmarks" >&2; micro; fi
@@ -124,6 +125,7 @@ micro() {
         [ -x "$section" ] || continue
         echo "=== $section" >&2
         if ! "$section" "$build_dir" $quick; then
+            failed=yes
             echo "*$(basename "$section") failed; see its output above.*"
             echo
         fi
@@ -132,3 +134,7 @@ micro() {
 mkdir -p "$(dirname "$out")"
 cp "$report" "$out"
 echo "=== wrote $out" >&2
+if [ -n "$failed" ]; then
+    echo "=== some measurements failed; the report names them" >&2
+    exit 1
+fi
