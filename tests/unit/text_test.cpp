@@ -80,3 +80,29 @@ TEST(PutDecimal, WritesWhatPercentDWould)
         EXPECT_EQ(std::string(out, length), std::to_string(number));
     }
 }
+
+TEST(ExpandPattern, CutsAtTheBufferAndTakesAnyNumber)
+{
+    struct Case {
+        const char *pattern;
+        int number;
+        size_t size;
+        const char *expanded;
+    } cases[] = {
+        {"user%dpwd", -3, 32, "user-3pwd"},
+        {"user%dpwd", 2147483647, 32, "user2147483647pwd"},
+        {"user%dpwd", 12, 7, "user12"},
+        {"user%dpwd", 12, 6, "user1"},
+        {"user%dpwd", 12, 1, ""},
+        {"%d", 0, 8, "0"},
+        {"", 5, 8, ""},
+        {"plain.name", 5, 6, "plain"},
+    };
+    for (const Case &c : cases) {
+        char buffer[40];
+        memset(buffer, 'z', sizeof buffer);
+        expand_pattern(buffer, c.size, c.pattern, c.number);
+        EXPECT_STREQ(buffer, c.expanded) << c.pattern << " " << c.number << " " << c.size;
+        EXPECT_EQ(buffer[c.size], 'z') << "wrote past the buffer";
+    }
+}
