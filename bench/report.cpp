@@ -48,7 +48,9 @@ struct Child {
     int output = -1;
 };
 
-Child spawn(const std::vector<std::string> &argv, const std::vector<std::string> &extra_environment)
+// Standard error is inherited unless `quiet`.
+Child spawn(const std::vector<std::string> &argv, const std::vector<std::string> &extra_environment,
+            bool quiet = false)
 {
     int pipe_ends[2];
     if (pipe(pipe_ends) != 0)
@@ -58,7 +60,8 @@ Child spawn(const std::vector<std::string> &argv, const std::vector<std::string>
     posix_spawn_file_actions_adddup2(&actions, pipe_ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, pipe_ends[0]);
     posix_spawn_file_actions_addclose(&actions, pipe_ends[1]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    if (quiet)
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     std::vector<char *> args;
     for (const std::string &arg : argv)
         args.push_back(const_cast<char *>(arg.c_str()));
@@ -124,9 +127,9 @@ long long value_of(const std::string &output, const std::string &key)
 
 bool have_valgrind()
 {
-    bool ok = false;
-    run({"valgrind", "--version"}, &ok);
-    return ok;
+    Child child = spawn({"valgrind", "--version"}, {}, true);
+    std::string output;
+    return child.pid > 0 && finish(child, &output) == 0;
 }
 
 // Instructions of each region the measured process marked, by label.
@@ -136,7 +139,7 @@ std::map<std::string, long long> callgrind_regions(const std::vector<std::string
     char directory[] = "/tmp/corvane-bench-XXXXXX";
     if (!mkdtemp(directory))
         return regions;
-    std::vector<std::string> command = {"valgrind", "--tool=callgrind", "--dump-instr=no",
+    std::vector<std::string> command = {"valgrind", "-q", "--tool=callgrind", "--dump-instr=no",
                                         std::string("--callgrind-out-file=") + directory + "/cg"};
     command.insert(command.end(), argv.begin(), argv.end());
     bool ok = false;
@@ -431,7 +434,8 @@ IdleFigures measure_idle(const std::vector<std::string> &argv, const std::string
     IdleFigures figures;
     std::string report = "/tmp/corvane-bench-alloc-" + std::to_string(getpid());
     unlink(report.c_str());
-    Child child = spawn(argv, {"LD_PRELOAD=" + counter, "CORVANE_ALLOC_REPORT=" + report});
+    // quiet: the daemon's signal line is no news here
+    Child child = spawn(argv, {"LD_PRELOAD=" + counter, "CORVANE_ALLOC_REPORT=" + report}, true);
     if (child.pid <= 0)
         return figures;
     std::string output;
