@@ -198,9 +198,13 @@ std::string ratio_text(const Spread &ratio)
 std::string grouped(long long number)
 {
     std::string digits = std::to_string(number < 0 ? -number : number);
-    for (int at = static_cast<int>(digits.size()) - 3; at > 0; at -= 3)
-        digits.insert(static_cast<size_t>(at), ",");
-    return (number < 0 ? "-" : "") + digits;
+    std::string out = number < 0 ? "-" : "";
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0)
+            out += ',';
+        out += digits[i];
+    }
+    return out;
 }
 
 std::string instruction_ratio(long long daemon, long long floor)
