@@ -124,8 +124,6 @@ long long timed(Writes writes)
     return elapsed;
 }
 
-} // namespace
-
 // Every thread of the measured process on one processor: a write hands over
 // from the writing thread to the bus thread and back, and between two
 // processors the time of that hand-over varies with their idle states far
@@ -146,9 +144,13 @@ void pin_to_one_processor()
     }
 }
 
+} // namespace
+
 FILE *result_stream()
 {
     pin_to_one_processor();
+    // the simulator's record and trace are test instrumentation, not the bus
+    sim::set_recording(false);
     fflush(stdout);
     FILE *results = fdopen(dup(STDOUT_FILENO), "w");
     int null_fd = open("/dev/null", O_WRONLY);
@@ -244,11 +246,13 @@ int run_writes(int runs, int count, int burst)
     int status = with_running_daemon([&] {
         constexpr int kCases = static_cast<int>(std::size(kWriteCases));
         floor_writes(count);  // warm-up; the cases warm up below
+        sim::set_recording(true);
         for (int index = 0; index < kCases; ++index) {
             sim::take_record();
             client_writes(kWriteCases[index], 2);
             fprintf(results, "bus-writes %d %zu\n", index, sim::take_record().writes.size() / 2);
         }
+        sim::set_recording(false);
         for (int run = 0; run < runs; ++run) {
             fprintf(results, "write -1 %d %lld\n", run, timed([&] { floor_writes(count); }));
             for (int index = 0; index < kCases; ++index)

@@ -65,8 +65,10 @@ header() {
     echo "the writing thread to its bus thread and back, which is most of a bare"
     echo "write's time, so the ratios show what the daemon adds to the bus's own work."
     echo "The measured processes run on one processor, send the daemon's log to"
-    echo "/dev/null and count their own processor time (all threads, user and"
-    echo "system), so that other work on the machine stays out of the figures."
+    echo "/dev/null, keep no record or trace of the simulator's (its test"
+    echo "instrumentation, not part of a bus) and count their own processor time"
+    echo "(all threads, user and system), so that other work on the machine stays"
+    echo "out of the figures."
     echo "Instruction counts (callgrind) do not vary from run to run and leave out"
     echo "the kernel's part (the hand-over), so their ratios are higher."
     echo

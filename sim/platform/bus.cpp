@@ -162,7 +162,8 @@ void reset_bus()
 
 void client_write(const std::string &name, const std::string &value)
 {
-    trace("client " + escape_name(name) + " " + escape(value));
+    if (recording())
+        trace("client " + escape_name(name) + " " + escape(value));
     write_and_wait(name, value);
 }
 
@@ -293,7 +294,8 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
 {
     if (!name || !callback)
         return kBadArguments;
-    trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
+    if (recording())
+        trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
     record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);

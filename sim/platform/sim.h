@@ -90,6 +90,10 @@ struct BusCall {
 // Appends every nbus_get, nbus_set and nbus_listen of the daemon to `calls`
 // from now on; null stops.
 void record_bus_calls(std::vector<BusCall> *calls);
+// While off, client and daemon writes and registrations leave no record and
+// no trace line: the bus without the simulator's own bookkeeping. On unless
+// switched off.
+void set_recording(bool on);
 // Runs `callback` once on the main thread when start-up has finished, just
 // before the main loop's first sleep.
 void on_started(std::function<void()> callback);

@@ -1,5 +1,6 @@
 // Device parameters, the trace, the per-step record, time and lifecycle.
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <csignal>
@@ -40,6 +41,8 @@ bool lockstep = false;
 long granted = 0;
 std::thread::id main_thread;
 std::function<void()> started_callback;
+std::atomic<bool> record_writes{true};
+std::atomic<bool> trace_open{false};
 bool signal_params = false;  // some "signal.NODE" parameter is set
 
 void store_param_locked(const std::string &name, const std::string &value)
@@ -242,11 +245,14 @@ void trace(const std::string &line, bool poll)
 
 void note_daemon_write(const std::string &name, const std::string &value)
 {
-    trace("set " + escape_name(name) + " " + escape(value));
+    bool record = recording();
+    if (record)
+        trace("set " + escape_name(name) + " " + escape(value));
     int signal_number = 0;
     {
         std::lock_guard<std::mutex> lock(state_mutex);
-        current.writes.emplace_back(name, value);
+        if (record)
+            current.writes.emplace_back(name, value);
         auto found = signal_params ? params.find("signal." + name) : params.end();
         if (found != params.end()) {
             signal_number = static_cast<int>(strtol(found->second.c_str(), nullptr, 0));
@@ -263,6 +269,17 @@ void open_trace(const std::string &path)
     trace_file = fopen(path.c_str(), "w");
     if (trace_file)
         setvbuf(trace_file, nullptr, _IOLBF, 0);
+    trace_open = trace_file != nullptr;
+}
+
+void set_recording(bool on)
+{
+    record_writes = on;
+}
+
+bool recording()
+{
+    return record_writes || trace_open;
 }
 
 void set_routine_namer(std::function<std::string(const void *)> routine_namer)
