@@ -69,7 +69,7 @@ int run_startup(const std::string &device, const std::string &record);
 int run_replay(const std::string &device, const std::string &sequence);
 // RUNS rounds of COUNT client writes per case and of the floor, then RUNS
 // bursts of BURST writes. Prints "write CASE RUN NS", "burst RUN FLOOR DAEMON",
-// "bus-writes CASE N" lines (CASE -1: the floor).
+// "bus-writes CASE N" and "log-lines CASE N" lines (CASE -1: the floor).
 int run_writes(int runs, int count, int burst);
 
 // Marks a region for callgrind (no effect outside it): costs are dumped

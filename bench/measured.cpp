@@ -114,6 +114,29 @@ void floor_writes(int count)
         sim::client_write(kFloorNode, i % 2 ? "1" : "0");
 }
 
+// Lines printed on standard output (the daemon's log and the platform's
+// nbus_printf) while `writes` ran.
+template <typename Writes>
+long output_lines(Writes writes)
+{
+    fflush(stdout);
+    FILE *capture = tmpfile();
+    if (!capture)
+        return -1;
+    int saved = dup(STDOUT_FILENO);
+    dup2(fileno(capture), STDOUT_FILENO);
+    writes();
+    fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    rewind(capture);
+    long lines = 0;
+    for (int c = fgetc(capture); c != EOF; c = fgetc(capture))
+        lines += c == '\n';
+    fclose(capture);
+    return lines;
+}
+
 template <typename Writes>
 long long timed(Writes writes)
 {
@@ -249,8 +272,9 @@ int run_writes(int runs, int count, int burst)
         sim::set_recording(true);
         for (int index = 0; index < kCases; ++index) {
             sim::take_record();
-            client_writes(kWriteCases[index], 2);
-            fprintf(results, "bus-writes %d %zu\n", index, sim::take_record().writes.size() / 2);
+            long lines = output_lines([&] { client_writes(kWriteCases[index], 2); });
+            fprintf(results, "bus-writes %d %zu\nlog-lines %d %ld\n", index, sim::take_record().writes.size() / 2,
+                    index, lines / 2);
         }
         sim::set_recording(false);
         for (int run = 0; run < runs; ++run) {

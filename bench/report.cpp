@@ -278,6 +278,7 @@ void report_startup(const ReportOptions &options, const std::string &self)
 struct WriteFigures {
     std::map<int, std::vector<double>> per_write_ns;  // by case, -1 the floor; one per run
     std::map<int, long long> bus_writes;
+    std::map<int, long long> log_lines;
     std::vector<double> burst_floor_ns, burst_daemon_ns;
 };
 
@@ -292,11 +293,11 @@ WriteFigures parse_writes(const std::string &output, int count, int burst)
             long long ns = 0;
             lines >> index >> run >> ns;
             figures.per_write_ns[index].push_back(static_cast<double>(ns) / count);
-        } else if (kind == "bus-writes") {
+        } else if (kind == "bus-writes" || kind == "log-lines") {
             int index = 0;
-            long long writes = 0;
-            lines >> index >> writes;
-            figures.bus_writes[index] = writes;
+            long long number = 0;
+            lines >> index >> number;
+            (kind == "bus-writes" ? figures.bus_writes : figures.log_lines)[index] = number;
         } else if (kind == "burst") {
             int run = 0;
             long long floor = 0, daemon = 0;
@@ -336,7 +337,8 @@ void report_writes(const ReportOptions &options, const std::string &self)
            "per handler family, alternating "
            "between two values, the floor measured in every round; the ratio is taken per round. "
            "Instructions: callgrind, all threads, over %d writes each. *Bus writes* are the "
-           "daemon's own writes per client write.\n\n",
+           "daemon's own writes per client write, *lines* what it printed on standard output "
+           "(one write each).\n\n",
            runs, count, counted);
     if (!ok) {
         any_failed = true;
@@ -345,10 +347,10 @@ void report_writes(const ReportOptions &options, const std::string &self)
     }
     const std::vector<double> &floor = figures.per_write_ns[-1];
     long long floor_instructions = instructions["write -1"];
-    printf("| handler family | node | bus writes | µs per write | time ratio | instructions per write | "
+    printf("| handler family | node | bus writes | lines | µs per write | time ratio | instructions per write | "
            "instruction ratio | target |\n"
-           "|---|---|---:|---:|---|---:|---:|---|\n");
-    printf("| *bare write (floor)* | `%s` | 0 | %s | 1 | %s | %s | |\n", kFloorNode,
+           "|---|---|---:|---:|---:|---|---:|---:|---|\n");
+    printf("| *bare write (floor)* | `%s` | 0 | 0 | %s | 1 | %s | %s | |\n", kFloorNode,
            fixed(spread_of(floor).median / 1000, 1).c_str(),
            floor_instructions > 0 ? grouped(floor_instructions / counted).c_str() : "–",
            floor_instructions > 0 ? "1" : "–");
@@ -356,7 +358,8 @@ void report_writes(const ReportOptions &options, const std::string &self)
     for (int index = 0; index < kCases; ++index) {
         const WriteCase &write = kWriteCases[index];
         long long case_instructions = instructions["write " + std::to_string(index)];
-        printf("| %s | `%s` | %lld | %s | %s | %s | %s | %s |\n", write.family, write.node, figures.bus_writes[index],
+        printf("| %s | `%s` | %lld | %lld | %s | %s | %s | %s | %s |\n", write.family, write.node,
+               figures.bus_writes[index], figures.log_lines[index],
                fixed(spread_of(figures.per_write_ns[index]).median / 1000, 1).c_str(),
                ratio_text(spread_of(ratios_of(figures.per_write_ns[index], floor))).c_str(),
                case_instructions > 0 ? grouped(case_instructions / counted).c_str() : "–",

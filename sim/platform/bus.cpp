@@ -25,7 +25,10 @@ constexpr int kMissingNode = -1;
 constexpr int kBadArguments = -2;
 
 std::mutex bus_mutex;
-std::condition_variable bus_changed;
+// Two conditions, so that a write queued from inside a handler wakes only the
+// bus thread, and a writer waiting for the bus wakes only once it is idle.
+std::condition_variable work_queued;  // the bus thread waits on it
+std::condition_variable bus_idle;     // writers outside the bus thread wait on it
 std::map<std::string, std::string> store;
 std::map<std::string, std::vector<nbus_callback>> listeners;
 std::map<std::string, int> read_faults;
@@ -49,7 +52,7 @@ void bus_loop()
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     for (;;) {
-        bus_changed.wait(lock, [] { return !queue.empty() || stopping; });
+        work_queued.wait(lock, [] { return !queue.empty() || stopping; });
         if (queue.empty() && stopping)
             return;
         std::function<void()> work = std::move(queue.front());
@@ -59,7 +62,8 @@ void bus_loop()
         work();
         lock.lock();
         delivering = false;
-        bus_changed.notify_all();
+        if (queue.empty())
+            bus_idle.notify_all();
     }
 }
 
@@ -72,7 +76,7 @@ void wait_idle_locked(std::unique_lock<std::mutex> &lock)
 {
     if (on_bus_thread() || !bus_thread.joinable())
         return;
-    bus_changed.wait(lock, [] { return queue.empty() && !delivering; });
+    bus_idle.wait(lock, [] { return queue.empty() && !delivering; });
 }
 
 // Stores the value and queues one delivery per registration.
@@ -86,7 +90,7 @@ void store_and_notify_locked(const std::string &name, const std::string &value)
         return;
     for (nbus_callback callback : found->second)
         queue.push_back([callback, name, value] { callback(name.c_str(), value.c_str()); });
-    bus_changed.notify_all();
+    work_queued.notify_one();
 }
 
 // Without a running bus thread (unit tests), deliveries run on the caller.
@@ -141,7 +145,7 @@ void stop()
         if (!bus_thread.joinable())
             return;
         stopping = true;
-        bus_changed.notify_all();
+        work_queued.notify_one();
     }
     bus_thread.join();
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -210,7 +214,7 @@ void run_on_bus(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     queue.push_back(work);
-    bus_changed.notify_all();
+    work_queued.notify_one();
     drain_inline(lock);
     wait_idle_locked(lock);
 }

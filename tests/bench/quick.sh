@@ -22,7 +22,7 @@ done
 # one row per sensor count and per handler family, each with a median ratio
 [ "$(grep -c '^| [124] | [0-9,]* | [0-9.]* | [0-9.]* | \*\*[0-9.]*\*\*' "$report")" -eq 3 ] ||
     fail "start-up rows"
-[ "$(grep -c '^| [a-z].* | `corvane\.[^`]*` | [0-9]* | [0-9.]* | \*\*[0-9.]*\*\*' "$report")" -ge 10 ] ||
+[ "$(grep -c '^| [a-z].* | `corvane\.[^`]*` | [0-9]* | [0-9]* | [0-9.]* | \*\*[0-9.]*\*\*' "$report")" -ge 10 ] ||
     fail "client-write rows"
 # the daemon allocates nothing after start and calls no heap function
 grep -q '^| `corvaned` .* | 0 | [0-9,]* | [0-9,]* |$' "$report" || fail "corvaned allocated while idle"
