@@ -3,15 +3,14 @@
 #include <algorithm>
 #include <ctime>
 #include <fcntl.h>
-#include <sched.h>
 #include <fstream>
+#include <sched.h>
 #include <thread>
 #include <unistd.h>
 
 #if __has_include(<valgrind/callgrind.h>)
 #include <valgrind/callgrind.h>
 #else
-#define CALLGRIND_ZERO_STATS
 #define CALLGRIND_DUMP_STATS_AT(label) (void)(label)
 #endif
 
