@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include "frame/text.h"
 
@@ -25,10 +26,10 @@ void log_open()
 void log_prefix(const char *function, int line)
 {
     char prefix[kPrefixBytes];
-    size_t length = 0;
-    prefix[length++] = '[';
-    for (const char *next = function; *next != '\0' && length < sizeof prefix - 16; ++next)
-        prefix[length++] = *next;
+    size_t name_length = strnlen(function, sizeof prefix - 16);
+    prefix[0] = '[';
+    memcpy(prefix + 1, function, name_length);
+    size_t length = name_length + 1;
     prefix[length++] = ']';
     prefix[length++] = '-';
     length += put_decimal(prefix + length, line);
