@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm clean soak fuzz tsan
+.PHONY: all demo test deps host asan arm bench clean soak fuzz tsan
 
 FUZZ_SECONDS ?= 60
 
@@ -46,6 +46,10 @@ tsan:
 	CC=gcc CXX=g++ cmake -S . -B build/tsan -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TSAN=ON -DCORVANE_TESTS=OFF
 	cmake --build build/tsan -j $(JOBS) --target corvane-sim
 	TSAN_OPTIONS="halt_on_error=1 exitcode=66" build/tsan/corvane-sim --script tests/soak/threads.scn > /dev/null
+
+# Release build, measurements, docs/PERFORMANCE.md (bench/run.sh).
+bench: deps
+	bench/run.sh
 
 clean:
 	rm -rf build

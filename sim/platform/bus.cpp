@@ -25,7 +25,10 @@ constexpr int kMissingNode = -1;
 constexpr int kBadArguments = -2;
 
 std::mutex bus_mutex;
-std::condition_variable bus_changed;
+// Two conditions, so that a write queued from inside a handler wakes only the
+// bus thread, and a writer waiting for the bus wakes only once it is idle.
+std::condition_variable work_queued;  // the bus thread waits on it
+std::condition_variable bus_idle;     // writers outside the bus thread wait on it
 std::map<std::string, std::string> store;
 std::map<std::string, std::vector<nbus_callback>> listeners;
 std::map<std::string, int> read_faults;
@@ -38,12 +41,19 @@ long registrations = 0;
 long delivered = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
+std::vector<BusCall> *recorded_calls = nullptr;
+
+void record_locked(BusCall::Kind kind, const char *name, const char *value, int size)
+{
+    if (recorded_calls)
+        recorded_calls->push_back({kind, name, value, size});
+}
 
 void bus_loop()
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     for (;;) {
-        bus_changed.wait(lock, [] { return !queue.empty() || stopping; });
+        work_queued.wait(lock, [] { return !queue.empty() || stopping; });
         if (queue.empty() && stopping)
             return;
         std::function<void()> work = std::move(queue.front());
@@ -53,7 +63,8 @@ void bus_loop()
         work();
         lock.lock();
         delivering = false;
-        bus_changed.notify_all();
+        if (queue.empty())
+            bus_idle.notify_all();
     }
 }
 
@@ -66,7 +77,7 @@ void wait_idle_locked(std::unique_lock<std::mutex> &lock)
 {
     if (on_bus_thread() || !bus_thread.joinable())
         return;
-    bus_changed.wait(lock, [] { return queue.empty() && !delivering; });
+    bus_idle.wait(lock, [] { return queue.empty() && !delivering; });
 }
 
 // Stores the value and queues one delivery per registration.
@@ -84,7 +95,7 @@ void store_and_notify_locked(const std::string &name, const std::string &value)
             std::lock_guard<std::mutex> counted(bus_mutex);
             ++delivered;
         });
-    bus_changed.notify_all();
+    work_queued.notify_one();
 }
 
 // Without a running bus thread (unit tests), deliveries run on the caller.
@@ -103,9 +114,11 @@ void drain_inline(std::unique_lock<std::mutex> &lock)
     }
 }
 
-void write_and_wait(const std::string &name, const std::string &value)
+void write_and_wait(const std::string &name, const std::string &value, bool by_daemon = false)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
+    if (by_daemon)
+        record_locked(BusCall::set, name.c_str(), value.c_str(), 0);
     store_and_notify_locked(name, value);
     drain_inline(lock);
     wait_idle_locked(lock);
@@ -137,7 +150,7 @@ void stop()
         if (!bus_thread.joinable())
             return;
         stopping = true;
-        bus_changed.notify_all();
+        work_queued.notify_one();
     }
     bus_thread.join();
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -159,7 +172,8 @@ void reset_bus()
 
 void client_write(const std::string &name, const std::string &value)
 {
-    trace("client " + escape_name(name) + " " + escape(value));
+    if (recording())
+        trace("client " + escape_name(name) + " " + escape(value));
     write_and_wait(name, value);
 }
 
@@ -206,7 +220,7 @@ void run_on_bus(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     queue.push_back(work);
-    bus_changed.notify_all();
+    work_queued.notify_one();
     drain_inline(lock);
     wait_idle_locked(lock);
 }
@@ -271,6 +285,12 @@ void reopen_bus()
     bus_released = false;
 }
 
+void record_bus_calls(std::vector<BusCall> *calls)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    recorded_calls = calls;
+}
+
 } // namespace sim
 
 using namespace sim;
@@ -296,6 +316,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
         return kBadArguments;
     note_daemon_read(name);
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::get, name, "", size);
     auto fault = read_faults.find(name);
     if (fault != read_faults.end())
         return fault->second;
@@ -311,7 +332,7 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
-    write_and_wait(name, value);
+    write_and_wait(name, value, true);
     return 0;
 }
 
@@ -319,8 +340,10 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
 {
     if (!name || !callback)
         return kBadArguments;
-    trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
+    if (recording())
+        trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);
     ++registrations;
     return 0;

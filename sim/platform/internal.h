@@ -13,6 +13,8 @@ void note_daemon_write(const std::string &name, const std::string &value);
 // The daemon read `name` (recorded).
 void note_daemon_read(const std::string &name);
 bool on_main_thread();
+// Writes and registrations are recorded and traced (see set_recording).
+bool recording();
 void note_main_loop_sleep();
 // Escaped trace form of a node name (spaces escaped too).
 std::string escape_name(const std::string &name);
