@@ -18,7 +18,7 @@ constexpr size_t kPrefixBytes = 128;
 void log_open()
 {
     static char line_buffer[kLineBufferBytes];
-    setvbuf(stdout, line_buffer, _IOLBF, sizeof line_buffer);
+    (void)setvbuf(stdout, line_buffer, _IOLBF, sizeof line_buffer);
 }
 
 // "[function]-line: " put together by hand: it is printed before every
@@ -35,7 +35,7 @@ void log_prefix(const char *function, int line)
     length += put_decimal(prefix + length, line);
     prefix[length++] = ':';
     prefix[length++] = ' ';
-    fwrite(prefix, 1, length, stdout);
+    (void)fwrite(prefix, 1, length, stdout);
 }
 
 void log_message(const char *format, ...)
