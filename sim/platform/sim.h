@@ -55,6 +55,9 @@ struct Record {
 Record take_record();
 // Routes standard output through the simulator so it is recorded as well.
 void capture_stdout();
+// Whether captured output also reaches the terminal (on by default); the
+// console holds the start-up's output back and shows a summary instead.
+void set_stdout_echo(bool on);
 void open_trace(const std::string &path);
 void trace(const std::string &line, bool poll = false);
 // Names routines in trace lines (set by corvane-sim).
