@@ -31,3 +31,12 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 
 # The head views of corvane-sim are tested directly.
 target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)
+
+# The operator's page in Debian's headless chromium (python3-selenium with
+# chromium-driver); the screenshot is kept in artifacts/.
+if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME web/page
+           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
+                   ${CMAKE_BINARY_DIR}/artifacts)
+  set_tests_properties(web/page PROPERTIES TIMEOUT 180)
+endif()

@@ -6,17 +6,25 @@
 #include <iostream>
 #include <unistd.h>
 
+#ifdef CORVANE_HAVE_LIBEDIT
 #include <editline/readline.h>
+#endif
 
 namespace {
 
 constexpr size_t kHistoryLines = 1000;
+#ifdef CORVANE_HAVE_LIBEDIT
+constexpr bool kLineEditing = true;
+#else
+constexpr bool kLineEditing = false;
+#endif
 
 // libedit's readline interface is process-wide, and so is its completer.
 Completer active_completer;
 std::vector<std::string> candidates;
 std::vector<std::string> session_history;
 
+#ifdef CORVANE_HAVE_LIBEDIT
 char *next_candidate(const char *, int state)
 {
     static size_t index = 0;
@@ -35,12 +43,13 @@ char **attempt_completion(const char *text, int start, int)
         return nullptr;
     return rl_completion_matches(text, next_candidate);
 }
+#endif
 
 } // namespace
 
 LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
     : prompt_(std::move(prompt)), history_path_(std::move(history_path)), out_(out),
-      interactive_(isatty(STDIN_FILENO) && isatty(fileno(out)))
+      interactive_(kLineEditing && isatty(STDIN_FILENO) && isatty(fileno(out)))
 {
     session_history.clear();
     if (!history_path_.empty()) {
@@ -55,6 +64,7 @@ LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
                 rewritten << kept << '\n';
         }
     }
+#ifdef CORVANE_HAVE_LIBEDIT
     if (!interactive_)
         return;
     // The daemon's own handlers keep SIGINT, SIGTERM and SIGQUIT.
@@ -70,6 +80,7 @@ LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
     stifle_history(static_cast<int>(kHistoryLines));
     for (const std::string &line : session_history)
         add_history(line.c_str());
+#endif
 }
 
 LineEditor::~LineEditor()
@@ -85,21 +96,26 @@ void LineEditor::set_completer(Completer completer)
 std::optional<std::string> LineEditor::read()
 {
     std::string line;
+#ifdef CORVANE_HAVE_LIBEDIT
     if (interactive_) {
         char *raw = readline(prompt_.c_str());
         if (!raw)
             return std::nullopt;
         line = raw;
         free(raw);
-    } else if (!std::getline(std::cin, line)) {
+    } else
+#endif
+    if (!std::getline(std::cin, line)) {
         return std::nullopt;
     }
     if (line.find_first_not_of(" \t") == std::string::npos)
         return line;
     if (session_history.empty() || session_history.back() != line) {
         session_history.push_back(line);
+#ifdef CORVANE_HAVE_LIBEDIT
         if (interactive_)
             add_history(line.c_str());
+#endif
         if (!history_path_.empty()) {
             std::ofstream file(history_path_, std::ios::app);
             file << line << '\n';

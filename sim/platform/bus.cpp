@@ -37,6 +37,14 @@ bool bus_released = false;
 long registrations = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
+std::vector<WriteWatcher> watchers;
+
+// Every change of the store, for viewers; called with the bus locked.
+void tell_watchers_locked(const std::string &name, const std::string &value, Writer writer)
+{
+    for (const WriteWatcher &watcher : watchers)
+        watcher(name, value, writer);
+}
 
 void bus_loop()
 {
@@ -69,9 +77,10 @@ void wait_idle_locked(std::unique_lock<std::mutex> &lock)
 }
 
 // Stores the value and queues one delivery per registration.
-void store_and_notify_locked(const std::string &name, const std::string &value)
+void store_and_notify_locked(const std::string &name, const std::string &value, Writer writer)
 {
     store[name] = value;
+    tell_watchers_locked(name, value, writer);
     if (bus_released)
         return;
     auto found = listeners.find(name);
@@ -98,15 +107,21 @@ void drain_inline(std::unique_lock<std::mutex> &lock)
     }
 }
 
-void write_and_wait(const std::string &name, const std::string &value)
+void write_and_wait(const std::string &name, const std::string &value, Writer writer)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
-    store_and_notify_locked(name, value);
+    store_and_notify_locked(name, value, writer);
     drain_inline(lock);
     wait_idle_locked(lock);
 }
 
 } // namespace
+
+const char *writer_name(Writer writer)
+{
+    static const char *const names[] = {"corvaned", "client", "device", "sim"};
+    return names[static_cast<int>(writer)];
+}
 
 void start()
 {
@@ -147,6 +162,7 @@ void reset_bus()
     read_faults.clear();
     ranges.clear();
     queue.clear();
+    watchers.clear();
     bus_released = false;
     registrations = 0;
 }
@@ -154,13 +170,26 @@ void reset_bus()
 void client_write(const std::string &name, const std::string &value)
 {
     trace("client " + escape_name(name) + " " + escape(value));
-    write_and_wait(name, value);
+    write_and_wait(name, value, Writer::client);
 }
 
 void device_write(const std::string &name, const std::string &value)
 {
     std::lock_guard<std::mutex> lock(bus_mutex);
     store[name] = value;
+    tell_watchers_locked(name, value, Writer::device);
+}
+
+void publish(const std::string &name, const std::string &value)
+{
+    std::unique_lock<std::mutex> lock(bus_mutex);
+    store_and_notify_locked(name, value, Writer::simulator);
+}
+
+void watch_writes(WriteWatcher watcher)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    watchers.push_back(std::move(watcher));
 }
 
 void remove_node(const std::string &name)
@@ -269,7 +298,7 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
-    write_and_wait(name, value);
+    write_and_wait(name, value, Writer::daemon);
     return 0;
 }
 

@@ -35,6 +35,16 @@ void device_write(const std::string &name, const std::string &value);
 void remove_node(const std::string &name);
 std::optional<std::string> node(const std::string &name);
 std::map<std::string, std::string> nodes_with_prefix(const std::string &prefix);
+// A write by the simulator itself (the head's state under "sim."): stored
+// and delivered, but neither traced nor part of any record.
+void publish(const std::string &name, const std::string &value);
+// Who changed a node, for viewers.
+enum class Writer { daemon, client, device, simulator };
+const char *writer_name(Writer writer);
+// Called on every change of the store, in order, with the bus locked: a
+// watcher copies what it needs and returns; it must not use the bus.
+using WriteWatcher = std::function<void(const std::string &name, const std::string &value, Writer writer)>;
+void watch_writes(WriteWatcher watcher);
 // Reads of `name` fail with `code` (0 clears the fault).
 void set_read_fault(const std::string &name, int code);
 // Runs `work` on the bus thread, as a handler would run, and waits until idle.

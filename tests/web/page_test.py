@@ -1,0 +1,147 @@
+#!/usr/bin/python3
+"""The operator's page in Debian's headless chromium, against a running
+corvane-web: the page loads, a form write reaches the native node, a PTZ
+command button moves the drawn carriers, markup in a value stays text.
+
+usage: page_test.py CORVANE_WEB ARTIFACT_DIR
+"""
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import urllib.request
+
+from selenium import webdriver
+from selenium.webdriver.chrome.options import Options
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+from selenium.webdriver.support import expected_conditions
+from selenium.webdriver.support.ui import Select, WebDriverWait
+
+WEB = sys.argv[1] if len(sys.argv) > 1 else 'build/host/corvane-web'
+ARTIFACTS = sys.argv[2] if len(sys.argv) > 2 else 'build/host/artifacts'
+MARKUP = '<b id="bold">bold</b> & <script>window.injected = 1</script><img src=x onerror="window.injected = 2">'
+
+
+def start_server(workdir):
+    port_file = os.path.join(workdir, 'port')
+    with open(os.path.join(workdir, 'corvane-web.log'), 'w') as log:
+        process = subprocess.Popen([WEB, '--listen', '127.0.0.1:0', '--port-file', port_file],
+                                   stdout=log, stderr=subprocess.STDOUT)
+    deadline = time.time() + 20
+    while time.time() < deadline:
+        if os.path.exists(port_file):
+            with open(port_file) as text:
+                port = text.read().strip()
+            if port:
+                return process, 'http://127.0.0.1:%s' % port
+        if process.poll() is not None:
+            raise RuntimeError('corvane-web exited with %d' % process.returncode)
+        time.sleep(0.05)
+    raise RuntimeError('corvane-web did not start')
+
+
+def browser():
+    options = Options()
+    options.add_argument('--headless')
+    options.add_argument('--no-sandbox')
+    options.add_argument('--disable-gpu')
+    options.add_argument('--disable-dev-shm-usage')
+    options.add_argument('--window-size=1400,1000')
+    options.binary_location = '/usr/bin/chromium'
+    return webdriver.Chrome(service=Service('/usr/bin/chromedriver'), options=options)
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.workdir = tempfile.mkdtemp(prefix='corvane-web-test.')
+        cls.server, cls.url = start_server(cls.workdir)
+        cls.driver = browser()
+        cls.wait = WebDriverWait(cls.driver, 30)
+        cls.driver.get(cls.url + '/')
+        cls.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'live'), 'live'))
+        cls.wait.until(lambda d: d.find_elements(By.CSS_SELECTOR, '#head svg path.carrier'))
+
+    @classmethod
+    def tearDownClass(cls):
+        os.makedirs(ARTIFACTS, exist_ok=True)
+        cls.driver.save_screenshot(os.path.join(ARTIFACTS, 'corvane-web.png'))
+        cls.driver.quit()
+        cls.server.terminate()
+        cls.server.wait(timeout=20)
+
+    def bus_rows(self, sensor):
+        with urllib.request.urlopen(self.url + '/api/rows?sensor=%d' % sensor) as reply:
+            return {row['legacy']: row for row in json.load(reply)['rows']}
+
+    def row(self, legacy):
+        return self.driver.find_element(By.CSS_SELECTOR, 'tr[data-legacy="%s"]' % legacy)
+
+    def choose_sensor(self, sensor):
+        Select(self.driver.find_element(By.ID, 'sensor')).select_by_value(str(sensor))
+        self.wait.until(lambda d: d.find_elements(By.CSS_SELECTOR, 'tr[data-legacy="corvane.cam%d.codec1"]' % sensor))
+
+    def write(self, name, value, typed=True):
+        for field, text in (('write-name', name), ('write-value', value)):
+            element = self.driver.find_element(By.ID, field)
+            element.clear()
+            if typed:
+                element.send_keys(text)
+            else:  # pasted: typing 70,000 keys takes minutes
+                self.driver.execute_script('arguments[0].value = arguments[1]', element, text)
+        self.driver.find_element(By.ID, 'write-button').click()
+
+    def test_page_lists_a_sensors_legacy_nodes_beside_their_native_nodes(self):
+        self.choose_sensor(3)
+        row = self.row('corvane.cam3.brightness')
+        cells = [cell.text for cell in row.find_elements(By.TAG_NAME, 'td')]
+        self.assertEqual(cells[2], 'image.cam3.brightness')
+        self.assertEqual(cells[4], 'cb_corvane_brightness')
+        self.assertEqual(cells[3], self.bus_rows(3)['corvane.cam3.brightness']['native_value']['text'])
+
+    def test_form_write_reaches_the_native_node_and_markup_stays_text(self):
+        self.choose_sensor(2)
+        self.write('corvane.cam2.codec1', MARKUP)
+        row = self.row('corvane.cam2.codec1')
+        native = row.find_element(By.CSS_SELECTOR, 'td.native-value')
+        self.wait.until(lambda d: native.text == MARKUP)
+        self.assertEqual(row.find_element(By.CSS_SELECTOR, 'td.legacy-value').text, MARKUP)
+        self.assertIn('fresh', row.get_attribute('class'))
+        # the bus holds exactly what was typed, on the native node the binding names
+        bus = self.bus_rows(2)['corvane.cam2.codec1']
+        self.assertEqual(bus['native'], 'encode.cam2.stream1.codec')
+        self.assertEqual(bus['native_value']['text'], MARKUP)
+        self.assertEqual(self.driver.find_elements(By.ID, 'bold'), [])
+        self.assertEqual(row.find_elements(By.TAG_NAME, 'img'), [])
+        self.assertIsNone(self.driver.execute_script('return window.injected'))
+        message = self.driver.find_element(By.ID, 'write-message').text
+        self.assertIn('wrote %d bytes' % len(MARKUP.encode()), message)
+
+    def test_a_write_the_bus_cannot_take_is_refused_with_a_message(self):
+        self.write('corvane.cam1.codec1', 'a' * 70000, typed=False)
+        message = self.driver.find_element(By.ID, 'write-message')
+        self.wait.until(lambda d: 'refused' in message.text)
+        self.assertIn('value too long (70000 bytes', message.text)
+
+    def test_ptz_button_moves_the_drawn_carriers(self):
+        def carrier(letter):
+            return self.driver.find_element(By.ID, 'carrier-' + letter).get_attribute('d')
+        before = {letter: carrier(letter) for letter in 'ACD'}
+        Select(self.driver.find_element(By.ID, 'ptz-via')).select_by_value('interpreter')
+        self.driver.find_element(By.ID, 'ptz-360').click()
+        # drawn while it moves, not only at the end
+        self.wait.until(lambda d: carrier('A') != before['A'] and 'running' in d.find_element(By.ID, 'call-state').text)
+        WebDriverWait(self.driver, 60).until(
+            expected_conditions.text_to_be_present_in_element((By.ID, 'ptzstatus'), 'ptz-360_done'))
+        time.sleep(0.3)
+        after = {letter: carrier(letter) for letter in 'ACD'}
+        for letter in 'ACD':
+            self.assertNotEqual(after[letter], before[letter], letter)
+
+
+if __name__ == '__main__':
+    unittest.main(argv=sys.argv[:1], verbosity=2)
