@@ -40,3 +40,10 @@ if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
                    ${CMAKE_BINARY_DIR}/artifacts)
   set_tests_properties(web/page PROPERTIES TIMEOUT 180)
 endif()
+
+# corvane-sim's console in a real terminal (a private tmux server).
+if(NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME console/terminal
+           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/console/console_test.py $<TARGET_FILE:corvane-sim>)
+  set_tests_properties(console/terminal PROPERTIES TIMEOUT 120)
+endif()

@@ -17,14 +17,19 @@
 #include "sim/console/line_editor.h"
 #include "sim/driver/routines.h"
 #include "sim/driver/script.h"
+#include "sim/driver/view.h"
 #include "sim/platform/sim.h"
 
 namespace {
 
+constexpr long kViewPace = 2000;     // microseconds a busy poll takes while a motor moves
+constexpr long kViewInterval = 50;   // milliseconds between two publications of the head
+
 const char usage[] =
-    "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
+    "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime] [--view]\n"
     "  Runs corvaned against the simulated camera. The script runs once start-up\n"
-    "  has finished; without one the daemon runs until a signal.\n";
+    "  has finished; without one the daemon runs until a signal. --view publishes\n"
+    "  the simulated head under sim.head. for viewers on the bus.\n";
 
 struct Options {
     std::vector<std::string> devices;
@@ -32,6 +37,7 @@ struct Options {
     std::string trace;
     bool console = false;
     bool realtime = false;
+    bool view = false;
 };
 
 bool parse_options(int argc, char **argv, Options *options)
@@ -49,6 +55,8 @@ bool parse_options(int argc, char **argv, Options *options)
             options->console = true;
         else if (option == "--realtime")
             options->realtime = true;
+        else if (option == "--view")
+            options->view = true;
         else
             return false;
     }
@@ -155,6 +163,8 @@ int main(int argc, char **argv)
     if (options.console)
         sim::set_stdout_echo(false);
     sim::start();
+    if (options.view)
+        start_head_view(kViewPace, kViewInterval);
 
     ScriptRunner runner(options.console ? "console" : options.script);
     std::thread driver;
