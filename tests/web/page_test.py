@@ -128,13 +128,16 @@ class PageTest(unittest.TestCase):
         self.assertIn('value too long (70000 bytes', message.text)
 
     def test_ptz_button_moves_the_drawn_carriers(self):
-        def carrier(letter):
-            return self.driver.find_element(By.ID, 'carrier-' + letter).get_attribute('d')
+        def carrier(letter):  # read in one go: the drawing is replaced as the head moves
+            return self.driver.execute_script(
+                'const path = document.getElementById(arguments[0]); return path && path.getAttribute("d")',
+                'carrier-' + letter)
         before = {letter: carrier(letter) for letter in 'ACD'}
         Select(self.driver.find_element(By.ID, 'ptz-via')).select_by_value('interpreter')
         self.driver.find_element(By.ID, 'ptz-360').click()
         # drawn while it moves, not only at the end
-        self.wait.until(lambda d: carrier('A') != before['A'] and 'running' in d.find_element(By.ID, 'call-state').text)
+        self.wait.until(lambda d: carrier('A') not in (None, before['A']) and
+                        'running' in d.execute_script('return document.getElementById("call-state").textContent'))
         WebDriverWait(self.driver, 60).until(
             expected_conditions.text_to_be_present_in_element((By.ID, 'ptzstatus'), 'ptz-360_done'))
         time.sleep(0.3)
