@@ -32,6 +32,13 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 # The head views of corvane-sim are tested directly.
 target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)
 
+# What corvane-web and the consoles show, without a browser.
+if(CORVANE_WEB)
+  add_executable(corvane-web-tests ${CMAKE_SOURCE_DIR}/tests/web/unit/view_test.cpp)
+  target_link_libraries(corvane-web-tests PRIVATE corvane_web corvane_line_editor gtest_main)
+  gtest_discover_tests(corvane-web-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+endif()
+
 # The operator's page in Debian's headless chromium (python3-selenium with
 # chromium-driver); the screenshot is kept in artifacts/.
 if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
