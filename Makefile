@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm clean
+.PHONY: all demo web test deps host asan arm clean
 
 all: host
 
@@ -25,6 +25,11 @@ demo: deps
 	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
 	cmake --build build/host -j $(JOBS) --target corvane-sim
 	build/host/corvane-sim --realtime --console --device sim/devices/default.dev
+
+web: deps
+	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
+	cmake --build build/host -j $(JOBS) --target corvane-web
+	build/host/corvane-web --listen 127.0.0.1:8080
 
 test:
 	scripts/test.sh

@@ -172,7 +172,7 @@ struct WebServer::State {
             return;
         }
         reply(response, 200,
-              {{"ok", true}, {"message", "wrote " + std::to_string(value.size()) + " bytes to " + name}});
+              {{"ok", true}, {"message", "wrote " + std::to_string(value.size()) + (value.size() == 1 ? " byte to " : " bytes to ") + name}});
     }
 
     // A command word goes to the PTZ interpreter through the simulator's

@@ -86,9 +86,9 @@ std::string head_svg(const sim::HeadState &state)
            "<line class=\"home-stop\" x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"black\" "
            "stroke-width=\"3\"/>\n",
            stop_outer.x, stop_outer.y, stop_inner.x, stop_inner.y);
-    // left of the stop: carrier B's label sits to its right when B is home
-    append(out, "<text x=\"%.1f\" y=\"%.1f\" font-size=\"11\" text-anchor=\"end\">home stop, switch %s</text>\n",
-           stop_outer.x - 8, stop_outer.y + 4, state.home_flag & 1 ? "made" : "open");
+    // a legend in the corner: near the stop it would cover the carriers' labels
+    append(out, "<text x=\"12\" y=\"20\" font-size=\"11\">| home stop at the top, switch %s</text>\n",
+           state.home_flag & 1 ? "made" : "open");
 
     for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
         double start = sim::head_pan_degrees(state, motor);
