@@ -93,32 +93,46 @@ void LineEditor::set_completer(Completer completer)
     active_completer = std::move(completer);
 }
 
-std::optional<std::string> LineEditor::read()
+namespace {
+
+// A line from libedit on a terminal, else from standard input.
+std::optional<std::string> read_raw(bool interactive, const std::string &prompt)
 {
-    std::string line;
 #ifdef CORVANE_HAVE_LIBEDIT
-    if (interactive_) {
-        char *raw = readline(prompt_.c_str());
+    if (interactive) {
+        char *raw = readline(prompt.c_str());
         if (!raw)
             return std::nullopt;
-        line = raw;
+        std::string line = raw;
         free(raw);
-    } else
-#endif
-    if (!std::getline(std::cin, line)) {
-        return std::nullopt;
-    }
-    if (line.find_first_not_of(" \t") == std::string::npos)
         return line;
-    if (session_history.empty() || session_history.back() != line) {
-        session_history.push_back(line);
+    }
+#else
+    (void)interactive;
+    (void)prompt;
+#endif
+    std::string line;
+    if (!std::getline(std::cin, line))
+        return std::nullopt;
+    return line;
+}
+
+} // namespace
+
+std::optional<std::string> LineEditor::read()
+{
+    std::optional<std::string> line = read_raw(interactive_, prompt_);
+    if (!line || line->find_first_not_of(" \t") == std::string::npos)
+        return line;
+    if (session_history.empty() || session_history.back() != *line) {
+        session_history.push_back(*line);
 #ifdef CORVANE_HAVE_LIBEDIT
         if (interactive_)
-            add_history(line.c_str());
+            add_history(line->c_str());
 #endif
         if (!history_path_.empty()) {
             std::ofstream file(history_path_, std::ios::app);
-            file << line << '\n';
+            file << *line << '\n';
         }
     }
     return line;
