@@ -72,7 +72,12 @@ class PageTest(unittest.TestCase):
         cls.driver.save_screenshot(os.path.join(ARTIFACTS, 'corvane-web.png'))
         cls.driver.quit()
         cls.server.terminate()
-        cls.server.wait(timeout=20)
+        status = cls.server.wait(timeout=30)
+        with open(os.path.join(cls.workdir, 'corvane-web.log')) as log:
+            output = log.read()
+        # a sanitizer's report ends the server with another status
+        if status != 0:
+            raise AssertionError('corvane-web returned %d:\n%s' % (status, output[-4000:]))
 
     def bus_rows(self, sensor):
         with urllib.request.urlopen(self.url + '/api/rows?sensor=%d' % sensor) as reply:
