@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
-#include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "sim/driver/head.h"
 #include "sim/driver/routines.h"
 #include "sim/platform/head.h"
@@ -80,10 +80,10 @@ struct ContextField {
 int32_t *context_word(const std::string &name)
 {
     static const ContextField fields[] = {
-        {"cam_count", &service.cam_count},   {"mcu_tick", &service.mcu_tick},
-        {"lens_index", &service.lens_index}, {"lens_step2", &service.lens_step2},
-        {"mcu_version", &service.mcu_version}, {"tick", &service.tick},
-        {"pending_preset", reinterpret_cast<int32_t *>(&service.pending_preset)},
+        {"cam_count", &service.cam_count},   {"mcu_tick", &lens.mcu_tick},
+        {"lens_index", &lens.lens_index},    {"lens_step2", &lens.lens_step2},
+        {"mcu_version", &lens.mcu_version},  {"tick", &service.tick},
+        {"pending_preset", reinterpret_cast<int32_t *>(&lens.pending_preset)},
     };
     for (const ContextField &field : fields)
         if (name == field.name)
@@ -100,7 +100,7 @@ int32_t *context_word(const std::string &name)
     if (name.rfind("af_enable.", 0) == 0) {
         int camera = atoi(name.c_str() + 10);
         if (camera >= 1 && camera <= 4)
-            return &af_enable[camera - 1];
+            return &lens.af_enable[camera - 1];
     }
     return nullptr;
 }
@@ -115,7 +115,7 @@ std::string context_text(const std::string &name, bool *known)
     if (name == "model_id")
         return service.model_id;
     if (name == "home_routine")
-        return service.home_routine ? name_of_routine(reinterpret_cast<const void *>(service.home_routine)) : "none";
+        return lens.home_routine ? name_of_routine(reinterpret_cast<const void *>(lens.home_routine)) : "none";
     if (int32_t *word = context_word(name))
         return std::to_string(*word);
     *known = false;
@@ -153,6 +153,7 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"signal", &ScriptRunner::signal, 1, 1, true, "signal N", "send signal N to the daemon"},
     {"help", &ScriptRunner::help, 0, 1, true, "help [script]", "this list (script: the scripting commands)"},
     {"quit", &ScriptRunner::quit, 0, 0, true, "quit", "stop the daemon (SIGTERM) and leave"},
+    {"set-writes", &ScriptRunner::set_writes, 3, kRest, false, "set-writes NAME VALUE NATIVE NATIVE-VALUE", "set, then expect-write"},
     {"wait-ticks", &ScriptRunner::wait_ticks, 1, 1, false, "wait-ticks N", "wait for N main-loop ticks"},
     {"lockstep", &ScriptRunner::lockstep, 1, 1, false, "lockstep on|off", "main loop waits for wait-ticks between ticks"},
     {"wait-exit", &ScriptRunner::wait_exit, 0, 0, false, "wait-exit", "wait until the daemon has returned"},
@@ -173,7 +174,6 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"check-trace", &ScriptRunner::check_trace, 1, kRest, false, "check-trace FILE...", "the trace since the last check equals the FILEs"},
     {"clear-trace", &ScriptRunner::clear_trace, 0, 0, false, "clear-trace", "the next check-trace starts here"},
 };
-
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
 {
@@ -270,12 +270,25 @@ void ScriptRunner::print_writes(const sim::Record &record)
 void ScriptRunner::client_set(Arguments &arguments)
 {
     std::string name = arguments.word();
-    std::string value = arguments.rest();
+    client_write(name, arguments.rest());
+}
+
+void ScriptRunner::client_write(const std::string &name, const std::string &value)
+{
     begin_action();
     sim::client_write(name, value);
     end_action();
     if (sim::listener_count(name) == 0)
         note("stored; no handler listens on " + sim::escape(name));
+}
+
+// One line of a mapping table: "set NAME VALUE" and "expect-write NATIVE
+// NATIVE-VALUE" (VALUE a word or a quoted text).
+void ScriptRunner::set_writes(Arguments &arguments)
+{
+    std::string name = arguments.word();
+    client_write(name, arguments.word());
+    expect_write(arguments);
 }
 
 void ScriptRunner::device_set(Arguments &arguments)
@@ -350,9 +363,9 @@ void ScriptRunner::call(Arguments &arguments)
         };
         break;
     }
-    case RoutineKind::range: {
+    case RoutineKind::text_query: {
         std::string text = arguments.rest();
-        work = [this, routine, text] { last_result_ = routine->range(text.c_str()); };
+        work = [this, routine, text] { last_result_ = routine->text_query(text.c_str()); };
         break;
     }
     case RoutineKind::sync:
