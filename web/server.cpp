@@ -251,6 +251,11 @@ struct WebServer::State {
             }
             reply(response, 200, rows(sensor));
         });
+        http.Get("/api/node", [this](const httplib::Request &request, httplib::Response &response) {
+            std::string name = request.get_param_value("name");
+            std::optional<std::string> value = bus.get(name);
+            reply(response, 200, {{"name", name}, {"value", value ? shown_value(name, *value) : json(nullptr)}});
+        });
         http.Get("/api/names", [](const httplib::Request &, httplib::Response &response) {
             reply(response, 200, legacy_names());
         });

@@ -147,11 +147,8 @@ async function start() {
   $('sensor').addEventListener('change', loadRows);
   const names = await (await fetch('/api/names')).json();
   $('legacy-names').replaceChildren(...names.map((name) => { const o = element('option'); o.value = name; return o; }));
-  const status = await fetch('/api/rows?sensor=0');
-  if (status.ok) {
-    const row = (await status.json()).rows.find((r) => r.legacy === 'corvane.ptzstatus');
-    if (row && row.legacy_value) $('ptzstatus').textContent = row.legacy_value.text;
-  }
+  const status = await (await fetch('/api/node?name=corvane.ptzstatus')).json();
+  if (status.value) $('ptzstatus').textContent = status.value.text;
   await loadRows();
   refreshHead();
 }
