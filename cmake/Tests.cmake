@@ -48,6 +48,12 @@ if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
   set_tests_properties(web/page PROPERTIES TIMEOUT 180)
 endif()
 
+# A script line with too few words fails with the command's usage line.
+add_test(NAME console/script-usage COMMAND corvane-sim --script ${CMAKE_SOURCE_DIR}/tests/console/too-few-words.scn)
+set_tests_properties(console/script-usage PROPERTIES
+  PASS_REGULAR_EXPRESSION "too-few-words.scn:4: usage: fault NAME CODE"
+  FAIL_REGULAR_EXPRESSION "too-few-words.scn:3")
+
 # corvane-sim's console in a real terminal (a private tmux server).
 if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME console/terminal

@@ -188,8 +188,10 @@ bool ScriptRunner::execute(const std::string &raw_line, int line_number)
     for (const CommandEntry &entry : commands_) {
         if (word != entry.word)
             continue;
+        // kept: a script may carry more after the words a command reads
         int words = arguments.count_words();
-        if (words < entry.min_words || (entry.max_words != kRest && words > entry.max_words)) {
+        bool too_many = console_ && entry.max_words != kRest && words > entry.max_words;
+        if (words < entry.min_words || too_many) {
             fail(std::string("usage: ") + entry.synopsis);
             return false;
         }
