@@ -4,6 +4,8 @@ set -e
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # the consoles, corvane-web and their tests
 packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux"
+# make bench
+packages="$packages valgrind libbenchmark-dev"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"

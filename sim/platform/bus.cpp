@@ -25,7 +25,10 @@ constexpr int kMissingNode = -1;
 constexpr int kBadArguments = -2;
 
 std::mutex bus_mutex;
-std::condition_variable bus_changed;
+// Two conditions, so that a write queued from inside a handler wakes only the
+// bus thread, and a writer waiting for the bus wakes only once it is idle.
+std::condition_variable work_queued;  // the bus thread waits on it
+std::condition_variable bus_idle;     // writers outside the bus thread wait on it
 std::map<std::string, std::string> store;
 std::map<std::string, std::vector<nbus_callback>> listeners;
 std::map<std::string, int> read_faults;
@@ -37,11 +40,22 @@ bool bus_released = false;
 long registrations = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
+std::vector<BusCall> *recorded_calls = nullptr;
+
+void record_locked(BusCall::Kind kind, const char *name, const char *value, int size)
+{
+    if (recorded_calls)
+        recorded_calls->push_back({kind, name, value, size});
+}
+
+std::mutex watch_mutex;
 std::vector<WriteWatcher> watchers;
 
-// Every change of the store, for viewers; called with the bus locked.
-void tell_watchers_locked(const std::string &name, const std::string &value, Writer writer)
+// Every change of a node made in this process, for viewers, before it is
+// stored (so a client's write shows before the daemon's answers to it).
+void tell_watchers(const std::string &name, const std::string &value, Writer writer)
 {
+    std::lock_guard<std::mutex> lock(watch_mutex);
     for (const WriteWatcher &watcher : watchers)
         watcher(name, value, writer);
 }
@@ -50,7 +64,7 @@ void bus_loop()
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     for (;;) {
-        bus_changed.wait(lock, [] { return !queue.empty() || stopping; });
+        work_queued.wait(lock, [] { return !queue.empty() || stopping; });
         if (queue.empty() && stopping)
             return;
         std::function<void()> work = std::move(queue.front());
@@ -60,7 +74,8 @@ void bus_loop()
         work();
         lock.lock();
         delivering = false;
-        bus_changed.notify_all();
+        if (queue.empty())
+            bus_idle.notify_all();
     }
 }
 
@@ -73,14 +88,13 @@ void wait_idle_locked(std::unique_lock<std::mutex> &lock)
 {
     if (on_bus_thread() || !bus_thread.joinable())
         return;
-    bus_changed.wait(lock, [] { return queue.empty() && !delivering; });
+    bus_idle.wait(lock, [] { return queue.empty() && !delivering; });
 }
 
 // Stores the value and queues one delivery per registration.
-void store_and_notify_locked(const std::string &name, const std::string &value, Writer writer)
+void store_and_notify_locked(const std::string &name, const std::string &value)
 {
     store[name] = value;
-    tell_watchers_locked(name, value, writer);
     if (bus_released)
         return;
     auto found = listeners.find(name);
@@ -88,7 +102,7 @@ void store_and_notify_locked(const std::string &name, const std::string &value, 
         return;
     for (nbus_callback callback : found->second)
         queue.push_back([callback, name, value] { callback(name.c_str(), value.c_str()); });
-    bus_changed.notify_all();
+    work_queued.notify_one();
 }
 
 // Without a running bus thread (unit tests), deliveries run on the caller.
@@ -107,10 +121,12 @@ void drain_inline(std::unique_lock<std::mutex> &lock)
     }
 }
 
-void write_and_wait(const std::string &name, const std::string &value, Writer writer)
+void write_and_wait(const std::string &name, const std::string &value, bool by_daemon = false)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
-    store_and_notify_locked(name, value, writer);
+    if (by_daemon)
+        record_locked(BusCall::set, name.c_str(), value.c_str(), 0);
+    store_and_notify_locked(name, value);
     drain_inline(lock);
     wait_idle_locked(lock);
 }
@@ -121,6 +137,19 @@ const char *writer_name(Writer writer)
 {
     static const char *const names[] = {"corvaned", "client", "device", "sim"};
     return names[static_cast<int>(writer)];
+}
+
+void watch_writes(WriteWatcher watcher)
+{
+    std::lock_guard<std::mutex> lock(watch_mutex);
+    watchers.push_back(std::move(watcher));
+}
+
+void publish(const std::string &name, const std::string &value)
+{
+    tell_watchers(name, value, Writer::simulator);
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    store[name] = value;
 }
 
 void start()
@@ -147,7 +176,7 @@ void stop()
         if (!bus_thread.joinable())
             return;
         stopping = true;
-        bus_changed.notify_all();
+        work_queued.notify_one();
     }
     bus_thread.join();
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -162,34 +191,25 @@ void reset_bus()
     read_faults.clear();
     ranges.clear();
     queue.clear();
-    watchers.clear();
     bus_released = false;
     registrations = 0;
+    std::lock_guard<std::mutex> watching(watch_mutex);
+    watchers.clear();
 }
 
 void client_write(const std::string &name, const std::string &value)
 {
-    trace("client " + escape_name(name) + " " + escape(value));
-    write_and_wait(name, value, Writer::client);
+    if (recording())
+        trace("client " + escape_name(name) + " " + escape(value));
+    tell_watchers(name, value, Writer::client);
+    write_and_wait(name, value);
 }
 
 void device_write(const std::string &name, const std::string &value)
 {
+    tell_watchers(name, value, Writer::device);
     std::lock_guard<std::mutex> lock(bus_mutex);
     store[name] = value;
-    tell_watchers_locked(name, value, Writer::device);
-}
-
-void publish(const std::string &name, const std::string &value)
-{
-    std::unique_lock<std::mutex> lock(bus_mutex);
-    store_and_notify_locked(name, value, Writer::simulator);
-}
-
-void watch_writes(WriteWatcher watcher)
-{
-    std::lock_guard<std::mutex> lock(bus_mutex);
-    watchers.push_back(std::move(watcher));
 }
 
 void remove_node(const std::string &name)
@@ -229,7 +249,7 @@ void run_on_bus(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     queue.push_back(work);
-    bus_changed.notify_all();
+    work_queued.notify_one();
     drain_inline(lock);
     wait_idle_locked(lock);
 }
@@ -259,6 +279,12 @@ bool released()
     return bus_released;
 }
 
+void record_bus_calls(std::vector<BusCall> *calls)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    recorded_calls = calls;
+}
+
 } // namespace sim
 
 using namespace sim;
@@ -283,6 +309,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
     if (!name || !buf || size <= 0)
         return kBadArguments;
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::get, name, "", size);
     auto fault = read_faults.find(name);
     if (fault != read_faults.end())
         return fault->second;
@@ -298,7 +325,8 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
-    write_and_wait(name, value, Writer::daemon);
+    tell_watchers(name, value, Writer::daemon);
+    write_and_wait(name, value, true);
     return 0;
 }
 
@@ -306,8 +334,10 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
 {
     if (!name || !callback)
         return kBadArguments;
-    trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
+    if (recording())
+        trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);
     ++registrations;
     return 0;
