@@ -22,6 +22,7 @@ namespace {
 constexpr size_t kKeptChanges = 20000;  // a page further behind than this reloads
 constexpr int kServerThreads = 16;      // each open page holds one for its event stream
 constexpr auto kKeepAlive = std::chrono::seconds(1);
+constexpr long kMaxPanUnits = 3333;  // the most a pan move travels (its 40000-step limit)
 
 const char *const kPtzWords[] = {"ptz-home",    "ptz-360",           "ptz-270",           "ptz-180",
                                  "ptz-preset1", "ptz-preset2",       "ptz-record-preset1", "ptz-record-preset2",
@@ -187,8 +188,36 @@ struct WebServer::State {
             reply(response, 400, {{"ok", false}, {"message", "refused: unknown command word or route"}});
             return;
         }
-        std::string name = via == "status" ? "corvane.ptzstatus" : "sim.call";
-        std::string value = via == "status" ? word : "cb_corvane_ptz_home corvane.ptzstatus " + word;
+        if (via == "status")
+            send("corvane.ptzstatus", word, response);
+        else
+            send("sim.call", "cb_corvane_ptz_home corvane.ptzstatus " + word, response);
+    }
+
+    // A pan move of one camera by whole units, through the simulator: the
+    // pan routines, like the PTZ interpreter, are named by no binding row.
+    void pan(const httplib::Request &request, httplib::Response &response)
+    {
+        json body = json::parse(request.body, nullptr, false);
+        bool valid = body.is_object() && body["camera"].is_number_integer() && body["units"].is_number_integer() &&
+                     body["routine"].is_string();
+        int camera = valid ? body["camera"].get<int>() : 0;
+        long units = valid ? body["units"].get<long>() : 0;
+        std::string routine = valid ? body["routine"].get<std::string>() : "";
+        if (camera < 1 || camera > 4 || units < -kMaxPanUnits || units > kMaxPanUnits ||
+            (routine != "do_old_pan" && routine != "do_new_pan")) {
+            reply(response, 400,
+                  {{"ok", false},
+                   {"message", "refused: camera 1..4, units -" + std::to_string(kMaxPanUnits) + ".." +
+                                   std::to_string(kMaxPanUnits) + ", do_old_pan or do_new_pan"}});
+            return;
+        }
+        send("sim.call", routine + " corvane.cam" + std::to_string(camera) + ".pan " + std::to_string(units),
+             response);
+    }
+
+    void send(const std::string &name, const std::string &value, httplib::Response &response)
+    {
         if (std::string error = bus.set(name, value); !error.empty()) {
             reply(response, 502, {{"ok", false}, {"message", "not written: " + error}});
             return;
@@ -281,6 +310,9 @@ struct WebServer::State {
         });
         http.Post("/api/ptz", [this](const httplib::Request &request, httplib::Response &response) {
             ptz(request, response);
+        });
+        http.Post("/api/pan", [this](const httplib::Request &request, httplib::Response &response) {
+            pan(request, response);
         });
     }
 };

@@ -132,11 +132,25 @@ class PageTest(unittest.TestCase):
         self.wait.until(lambda d: 'refused' in message.text)
         self.assertIn('value too long (70000 bytes', message.text)
 
+    def carrier(self, letter):  # read in one go: the drawing is replaced as the head moves
+        return self.driver.execute_script(
+            'const path = document.getElementById(arguments[0]); return path && path.getAttribute("d")',
+            'carrier-' + letter)
+
+    def test_pan_form_moves_one_carrier(self):
+        before = {letter: self.carrier(letter) for letter in 'ABCD'}
+        Select(self.driver.find_element(By.ID, 'pan-camera')).select_by_value('4')
+        units = self.driver.find_element(By.ID, 'pan-units')
+        units.clear()
+        units.send_keys('-20')
+        self.driver.find_element(By.ID, 'pan-button').click()
+        self.wait.until(expected_conditions.text_to_be_present_in_element(
+            (By.ID, 'call-state'), 'done do_old_pan corvane.cam4.pan -20'))
+        self.wait.until(lambda d: self.carrier('D') != before['D'])
+        self.assertEqual([self.carrier(letter) for letter in 'ABC'], [before[letter] for letter in 'ABC'])
+
     def test_ptz_button_moves_the_drawn_carriers(self):
-        def carrier(letter):  # read in one go: the drawing is replaced as the head moves
-            return self.driver.execute_script(
-                'const path = document.getElementById(arguments[0]); return path && path.getAttribute("d")',
-                'carrier-' + letter)
+        carrier = self.carrier
         before = {letter: carrier(letter) for letter in 'ACD'}
         Select(self.driver.find_element(By.ID, 'ptz-via')).select_by_value('interpreter')
         self.driver.find_element(By.ID, 'ptz-360').click()

@@ -140,6 +140,11 @@ async function start() {
     button.addEventListener('click', async () => say($('ptz-message'), await post('/api/ptz', {word, via: $('ptz-via').value})));
     $('ptz-buttons').append(button);
   }
+  $('pan-form').addEventListener('submit', async (event) => {
+    event.preventDefault();
+    say($('ptz-message'), await post('/api/pan', {camera: Number($('pan-camera').value),
+      units: Number($('pan-units').value), routine: $('pan-routine').value}));
+  });
   $('write-form').addEventListener('submit', async (event) => {
     event.preventDefault();
     say($('write-message'), await post('/api/set', {name: $('write-name').value, value: $('write-value').value}));
