@@ -194,5 +194,8 @@ void ptzto270();
 void ptzto180();
 HANDLER(do_new_pan);                  // bound to no node
 HANDLER(do_old_pan);                  // bound to no node
+// lens/autofocus.cpp
+void doAFocusAll();
+void findFocusMaximum(int cam);
 
 #endif

@@ -12,7 +12,6 @@ using namespace motors;
 
 namespace {
 
-constexpr int kInfoLimit = 65000;
 constexpr int kPanStep = 60;  // one round of the collision and home loops
 
 using Info = int (*)(int motor, int speed, int limit);

@@ -12,6 +12,8 @@ void ensure_configured();
 void note_daemon_write(const std::string &name, const std::string &value);
 bool on_main_thread();
 void note_main_loop_sleep();
+// The focus value of sensor `motor` with its noise; false for no such sensor.
+bool read_focus_value(int motor, unsigned int *value);
 // Escaped trace form of a node name (spaces escaped too).
 std::string escape_name(const std::string &name);
 
