@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm clean
+.PHONY: all demo test deps host asan arm bench clean
 
 all: host
 
@@ -28,6 +28,10 @@ demo: deps
 
 test:
 	scripts/test.sh
+
+# Release build, measurements, docs/PERFORMANCE.md (bench/run.sh).
+bench: deps
+	bench/run.sh
 
 clean:
 	rm -rf build

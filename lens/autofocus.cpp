@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "bindings/routines.h"
+#include "lens/autofocus.h"
+
 #include "frame/context.h"
 #include "frame/log.h"
 #include "lens/focus_search.h"
 #include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "lens/motors.h"
 #include "platform/avc.h"
 #include "platform/mcu.h"
@@ -18,7 +20,7 @@ namespace {
 
 bool af_enabled(int camera_index)
 {
-    return af_enable[camera_index] == 1;
+    return lens.af_enable[camera_index] == 1;
 }
 
 constexpr FocusDrive kFocusDrive = {
@@ -31,9 +33,9 @@ constexpr FocusDrive kFocusDrive = {
 
 const LensProfile *known_lens()
 {
-    if (service.lens_index < 0 || service.lens_index >= kLensProfileCount)
+    if (lens.lens_index < 0 || lens.lens_index >= kLensProfileCount)
         return nullptr;
-    return &lens_profiles[service.lens_index];
+    return &lens_profiles[lens.lens_index];
 }
 
 int camera_count()
@@ -42,11 +44,12 @@ int camera_count()
 }
 
 // The routine's own prefix, then the profile values the search runs on.
-void log_parameters(const char *routine, int line, const LensProfile &lens)
+void log_parameters(const char *routine, int line, const LensProfile &profile)
 {
     log_prefix(routine, line);
-    log_message("max: %d, step1: %d, step2: %d, rLvl: %d/%d, cut: %d/%d, bg: %d\n", lens.max_steps, lens.step1,
-                lens.step2, lens.rise_level1, lens.rise_level2, lens.cut, lens.cut2, lens.bg);
+    log_message("max: %d, step1: %d, step2: %d, rLvl: %d/%d, cut: %d/%d, bg: %d\n", profile.max_steps,
+                profile.step1, profile.step2, profile.rise_level1, profile.rise_level2, profile.cut, profile.cut2,
+                profile.bg);
 }
 
 // Outputs on and the focus speed of the profile, as the home routines set them.
@@ -54,7 +57,7 @@ void prepare_focus_motors(unsigned cameras)
 {
     setOeEnable(1);
     // only the low byte of the focus tick reaches the controller
-    const int speed = static_cast<uint8_t>(service.mcu_tick);
+    const int speed = static_cast<uint8_t>(lens.mcu_tick);
     for (int camera = 0; camera < kMaxCameras; ++camera)
         if (cameras & (1u << camera))
             setFocusInfo(camera, speed, motors::kInfoLimit);
@@ -71,11 +74,11 @@ const char *outcome_text(FocusOutcome outcome)
 }
 
 // Runs the search, stores each camera's focus position word and logs it.
-void focus_cameras(const char *routine, int line, const LensProfile &lens, unsigned cameras)
+void focus_cameras(const char *routine, int line, const LensProfile &profile, unsigned cameras)
 {
     prepare_focus_motors(cameras);
     FocusResult results[kMaxCameras] = {};
-    run_focus_search(kFocusDrive, lens, cameras, results);
+    run_focus_search(kFocusDrive, profile, cameras, results);
     for (int camera = 0; camera < kMaxCameras; ++camera) {
         if (!(cameras & (1u << camera)))
             continue;
@@ -90,14 +93,14 @@ void focus_cameras(const char *routine, int line, const LensProfile &lens, unsig
 
 void doAFocusAll()
 {
-    const LensProfile *lens = known_lens();
-    if (!lens) {
+    const LensProfile *profile = known_lens();
+    if (!profile) {
         LOG("+++ get error index of lenstype, full-range AF all +++\n");
         return;
     }
-    log_parameters(__func__, __LINE__, *lens);
-    LOG("enable-mode=[%d-%d][%d-%d][%d-%d][%d-%d]\n", 1, af_enable[0], 2, af_enable[1], 3, af_enable[2], 4,
-        af_enable[3]);
+    log_parameters(__func__, __LINE__, *profile);
+    LOG("enable-mode=[%d-%d][%d-%d][%d-%d][%d-%d]\n", 1, lens.af_enable[0], 2, lens.af_enable[1], 3,
+        lens.af_enable[2], 4, lens.af_enable[3]);
     unsigned cameras = 0;
     for (int camera = 0; camera < camera_count(); ++camera)
         if (af_enabled(camera))
@@ -106,13 +109,13 @@ void doAFocusAll()
         LOG("no camera enabled, nothing to focus\n");
         return;
     }
-    focus_cameras(__func__, __LINE__, *lens, cameras);
+    focus_cameras(__func__, __LINE__, *profile, cameras);
 }
 
 void findFocusMaximum(int cam)
 {
-    const LensProfile *lens = known_lens();
-    if (!lens) {
+    const LensProfile *profile = known_lens();
+    if (!profile) {
         LOG("+++ get error index of lenstype, AF cam%d +++\n", cam);
         return;
     }
@@ -120,10 +123,10 @@ void findFocusMaximum(int cam)
         LOG("no camera %d!!\n", cam);
         return;
     }
-    log_parameters(__func__, __LINE__, *lens);
+    log_parameters(__func__, __LINE__, *profile);
     if (!af_enabled(cam - 1)) {
-        LOG("cam%d: af_enable is %d, no search\n", cam, af_enable[cam - 1]);
+        LOG("cam%d: af_enable is %d, no search\n", cam, lens.af_enable[cam - 1]);
         return;
     }
-    focus_cameras(__func__, __LINE__, *lens, 1u << (cam - 1));
+    focus_cameras(__func__, __LINE__, *profile, 1u << (cam - 1));
 }

@@ -2,6 +2,8 @@
 # Installs the Debian packages the build and the tests need, when missing.
 set -e
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
+# make bench
+packages="$packages valgrind libbenchmark-dev"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"

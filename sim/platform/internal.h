@@ -11,6 +11,8 @@ void ensure_configured();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
 bool on_main_thread();
+// Writes and registrations are recorded and traced (see set_recording).
+bool recording();
 void note_main_loop_sleep();
 // The focus value of sensor `motor` with its noise; false for no such sensor.
 bool read_focus_value(int motor, unsigned int *value);

@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "bindings/routines.h"
+#include "lens/autofocus.h"
 #include "frame/context.h"
 #include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "sim/platform/head.h"
 #include "sim/platform/sim.h"
 
@@ -24,20 +25,20 @@ struct SavedWords {
     void save()
     {
         cam_count = service.cam_count;
-        lens_index = service.lens_index;
-        lens_step2 = service.lens_step2;
-        mcu_tick = service.mcu_tick;
-        std::copy(service.cam_motor, service.cam_motor + kMaxCameras, focus);
-        std::copy(std::begin(af_enable), std::end(af_enable), enable);
+        lens_index = lens.lens_index;
+        lens_step2 = lens.lens_step2;
+        mcu_tick = lens.mcu_tick;
+        std::copy(lens.cam_motor, lens.cam_motor + kMaxCameras, focus);
+        std::copy(std::begin(lens.af_enable), std::end(lens.af_enable), enable);
     }
     void restore() const
     {
         service.cam_count = cam_count;
-        service.lens_index = lens_index;
-        service.lens_step2 = lens_step2;
-        service.mcu_tick = mcu_tick;
-        std::copy(std::begin(focus), std::end(focus), service.cam_motor);
-        std::copy(std::begin(enable), std::end(enable), af_enable);
+        lens.lens_index = lens_index;
+        lens.lens_step2 = lens_step2;
+        lens.mcu_tick = mcu_tick;
+        std::copy(std::begin(focus), std::end(focus), lens.cam_motor);
+        std::copy(std::begin(enable), std::end(enable), lens.af_enable);
     }
 };
 
@@ -64,9 +65,9 @@ protected:
     {
         sim::set_param("lenstype", std::to_string(lens_profiles[index].lens_type));
         sim::reset_head();
-        service.lens_index = index;
-        service.lens_step2 = lens_profiles[index].step2;
-        service.mcu_tick = lens_profiles[index].focus_tick;
+        lens.lens_index = index;
+        lens.lens_step2 = lens_profiles[index].step2;
+        lens.mcu_tick = lens_profiles[index].focus_tick;
         service.cam_count = cameras;
     }
 
@@ -92,25 +93,25 @@ TEST_F(AutofocusTest, RandomCurvesEveryLensType)
 {
     std::mt19937 random(11);
     for (int index = 0; index < kLensProfileCount; ++index) {
-        const LensProfile &lens = lens_profiles[index];
+        const LensProfile &profile = lens_profiles[index];
         for (int run = 0; run < 200; ++run) {
             sim::reset();
             int cameras = std::uniform_int_distribution<int>(1, 4)(random);
             long peaks[kMaxCameras];
             std::string starts;
             for (int camera = 1; camera <= kMaxCameras; ++camera) {
-                peaks[camera - 1] = std::uniform_int_distribution<long>(0, lens.max_steps)(random);
+                peaks[camera - 1] = std::uniform_int_distribution<long>(0, profile.max_steps)(random);
                 std::string n = std::to_string(camera);
                 sim::set_param("focus_peak.cam" + n, std::to_string(peaks[camera - 1]));
                 sim::set_param("focus_width.cam" + n,
                                std::to_string(std::uniform_int_distribution<int>(50, 400)(random)));
                 starts += (camera > 1 ? "," : "") +
-                          std::to_string(std::uniform_int_distribution<long>(0, lens.max_steps)(random));
-                af_enable[camera - 1] = std::uniform_int_distribution<int>(0, 3)(random) > 0 ? 1 : 0;
+                          std::to_string(std::uniform_int_distribution<long>(0, profile.max_steps)(random));
+                lens.af_enable[camera - 1] = std::uniform_int_distribution<int>(0, 3)(random) > 0 ? 1 : 0;
             }
             sim::set_param("mcu.focus_start", starts);
             sim::set_param("focus_noise", std::to_string(std::uniform_int_distribution<int>(0, 20)(random)));
-            sim::set_param("focus_backlash", std::to_string(std::uniform_int_distribution<int>(0, lens.bg)(random)));
+            sim::set_param("focus_backlash", std::to_string(std::uniform_int_distribution<int>(0, profile.bg)(random)));
             sim::set_param("seed", std::to_string(random()));
             use_lens(index, cameras);
             long before[kMaxCameras];
@@ -120,10 +121,10 @@ TEST_F(AutofocusTest, RandomCurvesEveryLensType)
             doAFocusAll();
             sim::Record record = sim::take_record();
             for (int camera = 1; camera <= kMaxCameras; ++camera) {
-                if (camera <= cameras && af_enable[camera - 1] == 1) {
-                    ASSERT_NEAR(focus(camera), peaks[camera - 1], 2 * lens.step2)
+                if (camera <= cameras && lens.af_enable[camera - 1] == 1) {
+                    ASSERT_NEAR(focus(camera), peaks[camera - 1], 2 * profile.step2)
                         << "lens " << index << " run " << run << " cam" << camera;
-                    EXPECT_EQ(service.cam_motor[camera - 1], lens.max_steps - focus(camera)) << camera;
+                    EXPECT_EQ(lens.cam_motor[camera - 1], profile.max_steps - focus(camera)) << camera;
                 } else {
                     ASSERT_EQ(focus(camera), before[camera - 1]) << "run " << run << " cam" << camera;
                     ASSERT_FALSE(moved_focus(record, camera)) << "run " << run << " cam" << camera;
@@ -136,7 +137,7 @@ TEST_F(AutofocusTest, RandomCurvesEveryLensType)
 TEST_F(AutofocusTest, UnknownLensRefusesAndMovesNothing)
 {
     use_lens(0, 4);
-    service.lens_index = -1;
+    lens.lens_index = -1;
     doAFocusAll();
     sim::Record record = sim::take_record();
     EXPECT_NE(record.log.find("]-"), std::string::npos);
@@ -149,7 +150,7 @@ TEST_F(AutofocusTest, ParametersThenEnableModeThenOnlyEnabledCameras)
 {
     use_lens(1, 4);
     const int32_t words[kMaxCameras] = {0, 1, 0, 1};
-    std::copy(std::begin(words), std::end(words), af_enable);
+    std::copy(std::begin(words), std::end(words), lens.af_enable);
     doAFocusAll();
     sim::Record record = sim::take_record();
     size_t parameters = record.log.find("[doAFocusAll]-");
@@ -171,7 +172,7 @@ TEST_F(AutofocusTest, FocusMaximumOfOneCamera)
 {
     use_lens(0, 2);
     sim::set_param("focus_peak.cam2", "1234");
-    af_enable[1] = 1;
+    lens.af_enable[1] = 1;
     findFocusMaximum(2);
     sim::Record record = sim::take_record();
     EXPECT_NEAR(focus(2), 1234, 4);
@@ -188,7 +189,7 @@ TEST_F(AutofocusTest, FocusMaximumOfOneCamera)
         {2, 0, "cam2: af_enable is 0, no search\n"},
     };
     for (const auto &refusal : refusals) {
-        af_enable[1] = refusal.enable;
+        lens.af_enable[1] = refusal.enable;
         findFocusMaximum(refusal.cam);
         record = sim::take_record();
         EXPECT_NE(record.log.find(refusal.line), std::string::npos) << record.log;
