@@ -44,10 +44,9 @@ int camera_count()
 }
 
 // The routine's own prefix, then the profile values the search runs on.
-void log_parameters(const char *routine, int line, const LensProfile &profile)
+void log_parameters(const char *routine, const LensProfile &profile)
 {
-    log_prefix(routine, line);
-    log_message("max: %d, step1: %d, step2: %d, rLvl: %d/%d, cut: %d/%d, bg: %d\n", profile.max_steps,
+    LOG_AS(routine, "max: %d, step1: %d, step2: %d, rLvl: %d/%d, cut: %d/%d, bg: %d\n", profile.max_steps,
                 profile.step1, profile.step2, profile.rise_level1, profile.rise_level2, profile.cut, profile.cut2,
                 profile.bg);
 }
@@ -74,18 +73,17 @@ const char *outcome_text(FocusOutcome outcome)
 }
 
 // Runs the search, stores each camera's focus position word and logs it.
-void focus_cameras(const char *routine, int line, const LensProfile &profile, unsigned cameras)
+void focus_cameras(const char *routine, const LensProfile &profile, unsigned cameras)
 {
     prepare_focus_motors(cameras);
     FocusResult results[kMaxCameras] = {};
-    run_focus_search(kFocusDrive, profile, cameras, results);
+    run_focus_search(routine, kFocusDrive, profile, cameras, results);
     for (int camera = 0; camera < kMaxCameras; ++camera) {
         if (!(cameras & (1u << camera)))
             continue;
         lens_position(kFocusAxis, camera) = results[camera].position;
-        log_prefix(routine, line);
-        log_message("cam%d: focus %d (%s)\n", camera + 1, results[camera].position,
-                    outcome_text(results[camera].outcome));
+        LOG_AS(routine, "cam%d: focus %d (%s)\n", camera + 1, results[camera].position,
+               outcome_text(results[camera].outcome));
     }
 }
 
@@ -98,7 +96,7 @@ void doAFocusAll()
         LOG("+++ get error index of lenstype, full-range AF all +++\n");
         return;
     }
-    log_parameters(__func__, __LINE__, *profile);
+    log_parameters(__func__, *profile);
     LOG("enable-mode=[%d-%d][%d-%d][%d-%d][%d-%d]\n", 1, lens.af_enable[0], 2, lens.af_enable[1], 3,
         lens.af_enable[2], 4, lens.af_enable[3]);
     unsigned cameras = 0;
@@ -109,7 +107,7 @@ void doAFocusAll()
         LOG("no camera enabled, nothing to focus\n");
         return;
     }
-    focus_cameras(__func__, __LINE__, *profile, cameras);
+    focus_cameras(__func__, *profile, cameras);
 }
 
 void findFocusMaximum(int cam)
@@ -123,10 +121,10 @@ void findFocusMaximum(int cam)
         LOG("no camera %d!!\n", cam);
         return;
     }
-    log_parameters(__func__, __LINE__, *profile);
+    log_parameters(__func__, *profile);
     if (!af_enabled(cam - 1)) {
         LOG("cam%d: af_enable is %d, no search\n", cam, lens.af_enable[cam - 1]);
         return;
     }
-    focus_cameras(__func__, __LINE__, *profile, 1u << (cam - 1));
+    focus_cameras(__func__, *profile, 1u << (cam - 1));
 }

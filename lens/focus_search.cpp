@@ -68,7 +68,10 @@ struct Move {
 class CameraSearch {
 public:
     CameraSearch() = default;
-    CameraSearch(const LensProfile &profile, int camera) : profile_(&profile), camera_(camera) {}
+    CameraSearch(const char *routine, const LensProfile &profile, int camera)
+        : routine_(routine), profile_(&profile), camera_(camera)
+    {
+    }
 
     bool done() const { return phase_ == Phase::done; }
     const FocusResult &result() const { return result_; }
@@ -91,6 +94,7 @@ private:
     void end_fine();
     void finish();
 
+    const char *routine_ = "";
     const LensProfile *profile_ = nullptr;
     int camera_ = 0;
     Phase phase_ = Phase::reference;
@@ -222,14 +226,14 @@ void CameraSearch::end_coarse()
     result_.coarse_peak = best_at_;
     // within a tenth of the best reading everywhere: nothing to focus on
     if (uint64_t{best_ - lowest_} * 10 <= best_) {
-        LOG("cam%d: flat curve (%u..%u), lens to the middle of the travel\n", camera_ + 1, lowest_, best_);
+        LOG_AS(routine_, "cam%d: flat curve (%u..%u), lens to the middle of the travel\n", camera_ + 1, lowest_, best_);
         result_.outcome = FocusOutcome::flat;
         near_ = Stop::forward;
         target_ = travel() / 2;
         phase_ = Phase::touch_stop;
         return;
     }
-    LOG("cam%d: coarse peak at %d (%u)%s\n", camera_ + 1, best_at_, best_,
+    LOG_AS(routine_, "cam%d: coarse peak at %d (%u)%s\n", camera_ + 1, best_at_, best_,
         passed_ ? "" : ", sweep ran to the end of the travel");
     plan_fine();
 }
@@ -276,7 +280,7 @@ void CameraSearch::end_fine()
     int32_t best = positions_[best_index_];
     result_.fine_peak = near_ == Stop::forward ? best : travel() - best;
     int32_t fitted = near_ == Stop::forward ? target_ : travel() - target_;
-    LOG("cam%d: fine peak at %d (%u), fitted peak %d\n", camera_ + 1, result_.fine_peak, values_[best_index_], fitted);
+    LOG_AS(routine_, "cam%d: fine peak at %d (%u), fitted peak %d\n", camera_ + 1, result_.fine_peak, values_[best_index_], fitted);
     phase_ = Phase::final_leave;
 }
 
@@ -289,7 +293,7 @@ void CameraSearch::finish()
 void CameraSearch::stop()
 {
     result_.outcome = FocusOutcome::stopped;
-    LOG("cam%d: af_enable cleared, search stopped at %d\n", camera_ + 1, word_);
+    LOG_AS(routine_, "cam%d: af_enable cleared, search stopped at %d\n", camera_ + 1, word_);
     finish();
 }
 
@@ -360,14 +364,14 @@ uint32_t read_focus_value(const FocusDrive &drive, int camera, int reads)
 
 } // namespace
 
-void run_focus_search(const FocusDrive &drive, const LensProfile &profile, unsigned cameras,
+void run_focus_search(const char *routine, const FocusDrive &drive, const LensProfile &profile, unsigned cameras,
                       FocusResult (&results)[kMaxCameras])
 {
     CameraSearch searches[kMaxCameras];
     bool active[kMaxCameras] = {};
     for (int camera = 0; camera < kMaxCameras; ++camera) {
         if (cameras & (1u << camera)) {
-            searches[camera] = CameraSearch(profile, camera);
+            searches[camera] = CameraSearch(routine, profile, camera);
             active[camera] = true;
         }
     }

@@ -38,8 +38,9 @@ struct FocusResult {
 };
 
 // Searches camera index c (0..3) for every bit c set in `cameras` and fills
-// results[c]; the other entries are left alone.
-void run_focus_search(const FocusDrive &drive, const LensProfile &profile, unsigned cameras,
+// results[c]; the other entries are left alone. Its log lines carry the
+// name of the routine that runs it.
+void run_focus_search(const char *routine, const FocusDrive &drive, const LensProfile &profile, unsigned cameras,
                       FocusResult (&results)[kMaxCameras]);
 
 // The peak of a V fitted to 1 / value over the samples (positions with their

@@ -166,6 +166,13 @@ TEST_F(AutofocusTest, ParametersThenEnableModeThenOnlyEnabledCameras)
     EXPECT_FALSE(moved_focus(record, 1));
     EXPECT_FALSE(moved_focus(record, 3));
     EXPECT_NEAR(focus(2), 2000, 10);
+    // every line, the search's own included, names the routine
+    size_t lines = std::count(record.log.begin(), record.log.end(), '\n');
+    size_t named = 0;
+    for (size_t at = record.log.find("[doAFocusAll]-"); at != std::string::npos;
+         at = record.log.find("[doAFocusAll]-", at + 1))
+        ++named;
+    EXPECT_EQ(named, lines) << record.log;
 }
 
 TEST_F(AutofocusTest, FocusMaximumOfOneCamera)

@@ -122,7 +122,7 @@ protected:
     {
         set_lens(0, profile, curve, seed);
         FocusResult results[kMaxCameras] = {};
-        run_focus_search(kModelDrive, profile, 1u, results);
+        run_focus_search("test", kModelDrive, profile, 1u, results);
         return results[0];
     }
 };
@@ -211,7 +211,7 @@ TEST_F(FocusSearchTest, SeveralCamerasAtOnceAndOnlyThose)
         set_lens(camera, profile, {peaks[camera], 150, 10, 20}, camera + 7);
     FocusResult results[kMaxCameras] = {};
     results[2].position = -99;
-    run_focus_search(kModelDrive, profile, 0b1011, results);
+    run_focus_search("test", kModelDrive, profile, 0b1011, results);
     for (int camera : {0, 1, 3})
         EXPECT_NEAR(model.lenses[camera].position, peaks[camera], 2 * profile.step2) << camera;
     EXPECT_EQ(model.lenses[2].moves, 0);
@@ -227,7 +227,7 @@ TEST_F(FocusSearchTest, CamerasDoNotDisturbEachOther)
     set_lens(0, profile, {1234, 90, 12, 15}, 42);
     set_lens(1, profile, {3900, 300, 20, 30}, 5);
     FocusResult results[kMaxCameras] = {};
-    run_focus_search(kModelDrive, profile, 0b11, results);
+    run_focus_search("test", kModelDrive, profile, 0b11, results);
     EXPECT_EQ(results[0].position, alone.position);
     EXPECT_EQ(results[0].fine_peak, alone.fine_peak);
 }
@@ -241,7 +241,7 @@ TEST_F(FocusSearchTest, ClearedEnableWordStopsThatCameraOnly)
         model.enabled[0] = model.enabled[1] = true;
         model.lenses[0].clear_after_moves = after;
         FocusResult results[kMaxCameras] = {};
-        run_focus_search(kModelDrive, profile, 0b11, results);
+        run_focus_search("test", kModelDrive, profile, 0b11, results);
         EXPECT_EQ(results[0].outcome, FocusOutcome::stopped) << after;
         EXPECT_EQ(model.lenses[0].moves, after);
         EXPECT_EQ(results[1].outcome, FocusOutcome::peak);
@@ -254,7 +254,7 @@ TEST_F(FocusSearchTest, DisabledFromTheStartMovesNothing)
     set_lens(0, lens_profiles[0], {800, 150, 0, 0});
     model.enabled[0] = false;
     FocusResult results[kMaxCameras] = {};
-    run_focus_search(kModelDrive, lens_profiles[0], 1u, results);
+    run_focus_search("test", kModelDrive, lens_profiles[0], 1u, results);
     EXPECT_EQ(results[0].outcome, FocusOutcome::stopped);
     EXPECT_EQ(model.lenses[0].moves, 0);
     EXPECT_EQ(model.polls, 0);
