@@ -129,30 +129,30 @@ Move CameraSearch::along(int direction, int32_t steps, int reads)
 
 Move CameraSearch::next_move()
 {
-    const LensProfile &lens = *profile_;
+    const LensProfile &profile = *profile_;
     switch (phase_) {
     case Phase::reference:
         word_ = 0;
-        return {-1, travel() + lens.bg, 1};
+        return {-1, travel() + profile.bg, 1};
     case Phase::coarse:
-        return along(1, std::min(lens.step1, travel() - word_), 1);
+        return along(1, std::min(profile.step1, travel() - word_), 1);
     case Phase::touch_stop: {
-        Move move{towards(), distance() + lens.bg, 0};
+        Move move{towards(), distance() + profile.bg, 0};
         word_ = near_ == Stop::forward ? 0 : travel();
         return move;
     }
     case Phase::leave:
-        return along(-towards(), start_ + lens.bg);
+        return along(-towards(), start_ + profile.bg);
     case Phase::settle:
-        return along(towards(), lens.bg, reads_);
+        return along(towards(), profile.bg, reads_);
     case Phase::fine:
-        return along(towards(), std::min(lens.step2, distance()), reads_);
+        return along(towards(), std::min(profile.step2, distance()), reads_);
     case Phase::final_leave: {
-        int32_t amount = target_ + lens.bg - distance();
+        int32_t amount = target_ + profile.bg - distance();
         return amount >= 0 ? along(-towards(), amount) : along(towards(), -amount);
     }
     case Phase::final_settle:
-        return along(towards(), lens.bg);
+        return along(towards(), profile.bg);
     case Phase::done:
         break;
     }
@@ -161,7 +161,7 @@ Move CameraSearch::next_move()
 
 void CameraSearch::moved(uint32_t value)
 {
-    const LensProfile &lens = *profile_;
+    const LensProfile &profile = *profile_;
     switch (phase_) {
     case Phase::reference:
         previous_ = best_ = lowest_ = value;
@@ -171,7 +171,7 @@ void CameraSearch::moved(uint32_t value)
             end_coarse();
         return;
     case Phase::coarse:
-        counter_.add(previous_, value, lens.rise_level1);
+        counter_.add(previous_, value, profile.rise_level1);
         previous_ = value;
         lowest_ = std::min(lowest_, value);
         if (value > best_) {
@@ -179,7 +179,7 @@ void CameraSearch::moved(uint32_t value)
             best_at_ = word_;
         }
         // noise alone never takes a quarter off a reading
-        passed_ = counter_.passed(lens.cut) && uint64_t{value} * 4 < uint64_t{best_} * 3;
+        passed_ = counter_.passed(profile.cut) && uint64_t{value} * 4 < uint64_t{best_} * 3;
         if (passed_ || word_ >= travel())
             end_coarse();
         return;
@@ -194,7 +194,7 @@ void CameraSearch::moved(uint32_t value)
         add_sample(value);
         phase_ = Phase::fine;
         if (distance() <= limit_ || count_ >= kMaxFineSamples ||
-            (counter_.passed(lens.cut2) && positions_[best_index_] - distance() >= fit_reach()))
+            (counter_.passed(profile.cut2) && positions_[best_index_] - distance() >= fit_reach()))
             end_fine();
         return;
     case Phase::final_leave:
@@ -242,11 +242,11 @@ void CameraSearch::end_coarse()
 // take a coarse step; the scan starts kFitSamples fine steps beyond that.
 void CameraSearch::plan_fine()
 {
-    const LensProfile &lens = *profile_;
-    const int32_t reach = fit_reach() + lens.step1;
+    const LensProfile &profile = *profile_;
+    const int32_t reach = fit_reach() + profile.step1;
     near_ = best_at_ <= travel() / 2 ? Stop::forward : Stop::backward;
-    int32_t nearest = near_ == Stop::forward ? best_at_ - lens.bg : travel() - best_at_;
-    int32_t furthest = near_ == Stop::forward ? best_at_ : travel() - best_at_ + lens.bg;
+    int32_t nearest = near_ == Stop::forward ? best_at_ - profile.bg : travel() - best_at_;
+    int32_t furthest = near_ == Stop::forward ? best_at_ : travel() - best_at_ + profile.bg;
     start_ = std::min(furthest + reach, travel());
     limit_ = std::max(nearest - reach, 0);
     reads_ = limit_ == 0 ? kReadsNearStop : kReadsPerSample;

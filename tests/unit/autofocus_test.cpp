@@ -11,6 +11,9 @@
 #include "frame/context.h"
 #include "lens/lens_profile.h"
 #include "lens/lens_state.h"
+#include "platform/avc.h"
+#include "platform/mcu.h"
+#include "sim/driver/head.h"
 #include "sim/platform/head.h"
 #include "sim/platform/sim.h"
 
@@ -202,6 +205,89 @@ TEST_F(AutofocusTest, FocusMaximumOfOneCamera)
         EXPECT_NE(record.log.find(refusal.line), std::string::npos) << record.log;
         EXPECT_FALSE(moved_focus(record, 2)) << refusal.line;
     }
+}
+
+} // namespace
+
+namespace {
+
+// The simulated focus curve itself: shape, noise for a seed, lost motion.
+class FocusCurveTest : public ::testing::Test {
+protected:
+    void SetUp() override { sim::reset(); }
+    void TearDown() override { sim::reset(); }
+
+    static void drive(int (*move)(int, int), int motor, int steps)
+    {
+        move(motor, steps);
+        unsigned char busy = 1;
+        while (busy)
+            getFocusBusyStatus(motor, &busy);
+    }
+    static long position(int motor) { return sim::head_state().motors[sim::kHeadFocus][motor].position; }
+    static unsigned value(int channel)
+    {
+        unsigned reading = 0;
+        EXPECT_EQ(getFocusValue(channel, &reading), 0);
+        return reading;
+    }
+};
+
+TEST_F(FocusCurveTest, ValueFallsAsOneOverTheDefocus)
+{
+    sim::set_param("lenstype", "8");
+    sim::set_param("mcu.focus_start", "850,300,300,300");
+    sim::set_param("focus_width.cam2", "100");
+    sim::set_param("focus_peak.cam2", "500");
+    sim::set_param("focus_width.cam3", "0");
+    EXPECT_EQ(sim::head_state().max[sim::kHeadFocus], 1700);
+    EXPECT_EQ(value(0), 100000u);             // default peak: the middle of the travel
+    EXPECT_EQ(value(1), 100000u * 100 / 300);  // 200 steps off, half width 100
+    EXPECT_EQ(value(2), 5000u);               // flat
+    unsigned reading = 7;
+    EXPECT_EQ(getFocusValue(4, &reading), -1);
+    std::string view = head_text(sim::head_state());
+    EXPECT_NE(view.find("focus  850/1700 sharpness 100000"), std::string::npos) << view;
+    EXPECT_NE(head_svg(sim::head_state()).find("focus 300/1700 (peak 500), sharpness 33333"), std::string::npos);
+}
+
+TEST_F(FocusCurveTest, NoiseIsBoundedAndRepeatsForASeed)
+{
+    sim::set_param("focus_peak.cam1", "2000");  // where the focus starts
+    sim::set_param("focus_noise", "20");
+    sim::set_param("seed", "5");
+    std::vector<unsigned> first;
+    for (int i = 0; i < 200; ++i)
+        first.push_back(value(0));
+    for (unsigned reading : first) {
+        EXPECT_GE(reading, 98000u);
+        EXPECT_LE(reading, 102000u);
+    }
+    EXPECT_NE(*std::min_element(first.begin(), first.end()), *std::max_element(first.begin(), first.end()));
+    sim::reset_head();
+    for (unsigned reading : first)
+        EXPECT_EQ(value(0), reading);
+    sim::set_param("seed", "6");
+    sim::reset_head();
+    EXPECT_FALSE(std::all_of(first.begin(), first.begin() + 5, [&](unsigned reading) { return value(0) == reading; }));
+}
+
+TEST_F(FocusCurveTest, AReversalLosesTheBacklash)
+{
+    sim::set_param("mcu.focus_start", "1000");
+    sim::set_param("focus_backlash", "25");
+    drive(setFocusForward, 1, 100);  // the first move has nothing to take up
+    EXPECT_EQ(position(1), 1100);
+    drive(setFocusForward, 1, 100);
+    EXPECT_EQ(position(1), 1200);
+    drive(setFocusBackward, 1, 100);  // reversal
+    EXPECT_EQ(position(1), 1125);
+    drive(setFocusBackward, 1, 10);
+    EXPECT_EQ(position(1), 1115);
+    drive(setFocusForward, 1, 20);  // reversal, shorter than the lost motion
+    EXPECT_EQ(position(1), 1115);
+    drive(setFocusForward, 1, 20);  // the rest of it, then 15 steps
+    EXPECT_EQ(position(1), 1130);
 }
 
 } // namespace
