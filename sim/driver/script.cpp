@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
+#include "lens/autofocus.h"
 #include "lens/lens_state.h"
 #include "sim/driver/head.h"
 #include "sim/driver/routines.h"
@@ -144,6 +145,7 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"svg", &ScriptRunner::svg, 0, kRest, true, "svg [FILE]", "draw the simulated head into an SVG file"},
     {"watch", &ScriptRunner::watch, 1, kRest, true, "watch COMMAND...", "run a command, redrawing the head while it runs"},
     {"startup", &ScriptRunner::startup, 0, 0, true, "startup", "the start-up's output and writes in full"},
+    {"autofocus", &ScriptRunner::autofocus, 0, 1, true, "autofocus [CAM]", "focus every enabled camera (doAFocusAll), or CAM"},
     {"history", &ScriptRunner::history, 0, 0, true, "history", "the lines entered so far"},
     {"device-set", &ScriptRunner::device_set, 1, kRest, true, "device-set NAME [VALUE]", "the device changes a node, no notification"},
     {"remove", &ScriptRunner::remove, 1, 1, true, "remove NAME", "the node disappears"},
@@ -170,6 +172,8 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"expect-result", &ScriptRunner::expect_result, 1, 1, false, "expect-result N", "result of the last call"},
     {"expect-exit", &ScriptRunner::expect_exit, 1, 1, false, "expect-exit N", "the daemon returned N"},
     {"expect-listeners", &ScriptRunner::expect_listeners, 2, 2, false, "expect-listeners NAME N", "registrations on NAME"},
+    {"af-clear-after", &ScriptRunner::af_clear_after, 2, 2, false, "af-clear-after CAM READS", "clear CAM's af_enable word at its READS-th focus value read"},
+    {"expect-focus", &ScriptRunner::expect_focus, 3, 3, false, "expect-focus CAM LO HI", "the focus motor of CAM stands in LO..HI"},
     {"device", &ScriptRunner::device_header, 1, kRest, false, "device FILE", "(first lines only) the device to start"},
     {"check-trace", &ScriptRunner::check_trace, 1, kRest, false, "check-trace FILE...", "the trace since the last check equals the FILEs"},
     {"clear-trace", &ScriptRunner::clear_trace, 0, 0, false, "clear-trace", "the next check-trace starts here"},
@@ -378,6 +382,11 @@ void ScriptRunner::call(Arguments &arguments)
         };
         break;
     }
+    run_action(work);
+}
+
+void ScriptRunner::run_action(const std::function<void()> &work)
+{
     begin_action();
     sim::run_on_bus(work);
     end_action();
@@ -715,6 +724,49 @@ void ScriptRunner::check_trace(Arguments &arguments)
 void ScriptRunner::clear_trace(Arguments &)
 {
     trace_since_check_.clear();
+}
+
+void ScriptRunner::autofocus(Arguments &arguments)
+{
+    if (arguments.empty()) {
+        run_action(doAFocusAll);
+        return;
+    }
+    int camera = static_cast<int>(arguments.number());
+    run_action([camera] { findFocusMaximum(camera); });
+}
+
+// A client clearing the word while a search runs: the hook runs on the bus
+// thread inside the focus value read, so the moment is exactly repeatable.
+void ScriptRunner::af_clear_after(Arguments &arguments)
+{
+    long camera = arguments.number();
+    long reads = arguments.number();
+    if (camera < 1 || camera > kMaxCameras) {
+        fail("af-clear-after: no camera " + std::to_string(camera));
+        return;
+    }
+    const int channel = static_cast<int>(camera - 1);
+    const long base = sim::focus_reads(channel);
+    sim::set_focus_read_hook([channel, reads, base](int read_channel, long count) {
+        if (read_channel == channel && count - base == reads)
+            lens.af_enable[channel] = 0;
+    });
+}
+
+void ScriptRunner::expect_focus(Arguments &arguments)
+{
+    long camera = arguments.number();
+    long low = arguments.number();
+    long high = arguments.number();
+    if (camera < 1 || camera > sim::kHeadMotors) {
+        fail("expect-focus: no camera " + std::to_string(camera));
+        return;
+    }
+    long position = sim::head_state().motors[sim::kHeadFocus][camera - 1].position;
+    if (position < low || position > high)
+        fail("expect focus of cam" + std::to_string(camera) + " in " + std::to_string(low) + ".." +
+             std::to_string(high) + ": stands at " + std::to_string(position));
 }
 
 // Handled before the daemon starts (script_devices).

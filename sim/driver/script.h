@@ -86,6 +86,10 @@ private:
     void startup(Arguments &);
     void history(Arguments &);
     void note(const std::string &text);
+    void autofocus(Arguments &);
+    void af_clear_after(Arguments &);
+    void expect_focus(Arguments &);
+    void run_action(const std::function<void()> &work);
 
 public:
     // The start-up's record, for expectations before the first action.

@@ -105,6 +105,9 @@ std::map<std::string, std::string> head_nodes(const sim::HeadState &state)
                 moving += std::string(moving.empty() ? "" : " ") + axis.name;
         }
         nodes[prefix + "moving"] = moving;
+        nodes[prefix + "focus_peak"] = std::to_string(state.focus[motor].peak);
+        nodes[prefix + "focus_width"] = std::to_string(state.focus[motor].width);
+        nodes[prefix + "sharpness"] = std::to_string(sim::head_sharpness(state, motor));
     }
     return nodes;
 }
@@ -150,6 +153,8 @@ bool head_from_nodes(const std::map<std::string, std::string> &nodes, sim::HeadS
     for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
         std::string prefix = "sim.head.cam" + std::to_string(motor + 1) + ".";
         number(prefix + "pan", &head.motors[sim::kHeadPan][motor].position);
+        number(prefix + "focus_peak", &head.focus[motor].peak);
+        number(prefix + "focus_width", &head.focus[motor].width);
         for (const Axis &axis : kAxes)
             number(prefix + axis.name, &head.motors[axis.kind][motor].position);
         auto moving = nodes.find(prefix + "moving");
