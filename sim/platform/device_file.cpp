@@ -1,8 +1,10 @@
+#include <cstdio>
 #include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
 
 namespace sim {
@@ -56,6 +58,28 @@ std::string unquote(const std::string &text)
             break;
         }
         default: out += next; break;
+        }
+    }
+    return out;
+}
+
+std::string escape(const std::string &text)
+{
+    std::string out;
+    for (unsigned char c : text) {
+        switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\t': out += "\\t"; break;
+        case '\r': out += "\\r"; break;
+        default:
+            if (c < 0x20 || c >= 0x7f) {
+                char hex[8];
+                snprintf(hex, sizeof hex, "\\x%02x", c);
+                out += hex;
+            } else {
+                out += static_cast<char>(c);
+            }
         }
     }
     return out;

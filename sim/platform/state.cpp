@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/head.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
@@ -60,28 +61,6 @@ std::string trim(const std::string &text)
 
 } // namespace
 
-std::string escape(const std::string &text)
-{
-    std::string out;
-    for (unsigned char c : text) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\t': out += "\\t"; break;
-        case '\r': out += "\\r"; break;
-        default:
-            if (c < 0x20 || c >= 0x7f) {
-                char hex[8];
-                snprintf(hex, sizeof hex, "\\x%02x", c);
-                out += hex;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out;
-}
-
 std::string escape_name(const std::string &name)
 {
     std::string out;
@@ -90,15 +69,11 @@ std::string escape_name(const std::string &name)
     return name.empty() ? std::string("\"\"") : out;
 }
 
-// Device file: "name=value" nodes, "@param=value" platform parameters,
-// "@include=file", "#" comments. Implemented in device_file.cpp.
-bool parse_device_file(const std::string &path, std::string *error,
-                       std::vector<std::pair<std::string, std::string>> *nodes,
-                       std::map<std::string, std::string> *parameters);
-
 void device_write(const std::string &name, const std::string &value);
 
-bool load_device(const std::string &path, std::string *error)
+namespace {
+
+bool load_device_file(const std::string &path, bool with_nodes, std::string *error)
 {
     std::vector<std::pair<std::string, std::string>> nodes;
     std::map<std::string, std::string> parameters;
@@ -111,11 +86,19 @@ bool load_device(const std::string &path, std::string *error)
         configured = true;
     }
     for (auto &[name, value] : nodes)
-        device_write(name, value);
+        if (with_nodes)
+            device_write(name, value);
     for (auto &[name, value] : parameters)
         if (name.rfind("fault.", 0) == 0)
             set_read_fault(name.substr(6), static_cast<int>(strtol(value.c_str(), nullptr, 0)));
     return true;
+}
+
+} // namespace
+
+bool load_device(const std::string &path, std::string *error)
+{
+    return load_device_file(path, true, error);
 }
 
 void ensure_configured()
@@ -131,7 +114,7 @@ void ensure_configured()
     if (!path)
         path = CORVANE_DEFAULT_DEVICE;
 #endif
-    if (path && !load_device(path, &error))
+    if (path && !load_device_file(path, !shared_bus(), &error))
         fprintf(stderr, "corvane-sim: %s\n", error.c_str());
     std::lock_guard<std::mutex> lock(state_mutex);
     configured = true;
