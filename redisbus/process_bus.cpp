@@ -52,6 +52,13 @@ bool ProcessBus::open(const std::string &address, bool wait, std::string *error)
     return true;
 }
 
+// A process that ends without stop() leaves its bus thread running.
+ProcessBus::~ProcessBus()
+{
+    if (thread_.joinable())
+        thread_.detach();
+}
+
 // One connection per thread and per opening of the bus.
 Connection &ProcessBus::connection()
 {

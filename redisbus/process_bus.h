@@ -25,6 +25,8 @@ namespace corvane::bus {
 class ProcessBus {
 public:
     using Sink = std::function<void(const Change &)>;
+    ProcessBus() = default;
+    ~ProcessBus();
 
     // Parses the address and connects, waiting for the server when `wait`.
     bool open(const std::string &address, bool wait, std::string *error);

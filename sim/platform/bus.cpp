@@ -192,8 +192,14 @@ extern "C" int nbus_initial(void)
 extern "C" int nbus_release(void)
 {
     trace("release");
-    std::lock_guard<std::mutex> lock(bus_mutex);
-    bus_released = true;
+    {
+        std::lock_guard<std::mutex> lock(bus_mutex);
+        bus_released = true;
+    }
+    // On a shared bus the process also leaves the change stream, so that it
+    // no longer holds changes back from trimming.
+    if (store()->shared())
+        store()->stop();
     return 0;
 }
 

@@ -11,17 +11,14 @@ CORVANE_BUS=redis:$REDIS_SOCKET
 export CORVANE_BUS
 REDIS_PID=
 
-cleanup_redis() {
-    stop_redis
-    rm -rf "$REDIS_DIR"
-}
 trap cleanup_redis EXIT
 
+# WAIT_SECONDS (default 20) bounds each wait_for.
 wait_for() {
     tries=0
     until "$@" >/dev/null 2>&1; do
         tries=$((tries + 1))
-        if [ "$tries" -ge 400 ]; then
+        if [ "$tries" -ge $(( ${WAIT_SECONDS:-20} * 20 )) ]; then
             echo "timed out waiting for: $*" >&2
             return 1
         fi
@@ -42,4 +39,53 @@ stop_redis() {
         wait "$REDIS_PID" 2>/dev/null || true
         REDIS_PID=
     fi
+}
+
+# corvaned as its own process on the bus, its standard output and error in
+# $REDIS_DIR/daemon.out and daemon.err (line-buffered, for the tests to read).
+#   start_daemon BUILD_DIR     sets DAEMON_PID
+#   daemon_started             true once start-up has finished
+#   stop_daemon
+DAEMON_PID=
+
+start_daemon() {
+    CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
+        stdbuf -oL -eL "$1/corvaned" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
+    DAEMON_PID=$!
+}
+
+daemon_started() {
+    grep -q "MCU Version" "$REDIS_DIR/daemon.out"
+}
+
+stop_daemon() {
+    if [ -n "$DAEMON_PID" ]; then
+        kill -CONT "$DAEMON_PID" 2>/dev/null || true
+        kill -TERM "$DAEMON_PID" 2>/dev/null || true
+        wait "$DAEMON_PID" 2>/dev/null || true
+        DAEMON_PID=
+    fi
+}
+
+# Other processes a test starts in the background; stopped at the end.
+CHILDREN=
+
+cleanup_redis() {
+    for child in $CHILDREN; do kill "$child" 2>/dev/null; done
+    stop_daemon
+    stop_redis
+    rm -rf "$REDIS_DIR"
+}
+
+# The value of NAME is VALUE.
+node_is() {
+    [ "$("$BUS" get "$1" 2>/dev/null)" = "$2" ]
+}
+
+fail() {
+    echo "FAIL: $*" >&2
+    for log in daemon.out daemon.err; do
+        [ -f "$REDIS_DIR/$log" ] && { echo "--- $log (tail)"; tail -20 "$REDIS_DIR/$log"; } >&2
+    done
+    exit 1
 }
