@@ -11,15 +11,16 @@ constexpr int kWatchBlockMs = 200;
 
 } // namespace
 
-std::unique_ptr<Client> Client::connect(const std::string &address, std::string *error)
+std::unique_ptr<Client> Client::connect(const std::string &address, std::string *error, bool *malformed)
 {
     std::string text = address.empty() ? address_from_environment() : address;
-    if (text == "sim") {
-        *error = "the bus is the in-process simulated one (CORVANE_BUS unset or sim): no other process can reach it";
-        return nullptr;
-    }
     Address parsed;
-    if (!parse_address(text, &parsed, error))
+    bool usable = text != "sim" && parse_address(text, &parsed, error);
+    if (malformed)
+        *malformed = !usable;
+    if (text == "sim")
+        *error = "the bus is the in-process simulated one (CORVANE_BUS unset or sim): no other process can reach it";
+    if (!usable)
         return nullptr;
     auto connection = std::make_unique<Connection>(parsed);
     if (!connection->open(error))

@@ -58,9 +58,11 @@ class Client {
 public:
     // Connects to ADDRESS ("redis:/path/to/socket" or "redis://HOST:PORT";
     // empty: the environment variable CORVANE_BUS). Null with a message that
-    // names the address and the reason when the address is malformed, is the
-    // in-process "sim" bus, or the server does not answer.
-    static std::unique_ptr<Client> connect(const std::string &address, std::string *error);
+    // names the address and the reason when the address is malformed or is
+    // the in-process "sim" bus (then *malformed is set), or when the server
+    // does not answer.
+    static std::unique_ptr<Client> connect(const std::string &address, std::string *error,
+                                           bool *malformed = nullptr);
     ~Client();
 
     const std::string &address() const { return address_; }

@@ -223,17 +223,15 @@ bool ProcessBus::set(const std::string &name, const std::string &value)
     long deadline = now_ms() + budget;
     int pause = 10;
     std::string id;
-    std::string error;
-    while (connection().write(name, value, &id, &error) != Status::ok) {
-        note_unreachable(error);
+    auto write = [&](Connection &c, std::string *error) { return c.write(name, value, &id, error); };
+    while (with_retry_once(write) != Status::ok) {
         if (now_ms() >= deadline) {
-            log_line("write of node \"%s\" dropped after %ld ms: %s", name.c_str(), budget, error.c_str());
+            log_line("write of node \"%s\" dropped after %ld ms: the bus is unreachable", name.c_str(), budget);
             return false;
         }
         pause_ms(pause);
         pause = std::min(pause * 2, kLongestRetryPauseMs);
     }
-    note_reachable(address_, "");
     {
         std::lock_guard<std::mutex> lock(mutex_);
         owed_ = std::max(owed_, StreamId::parse(id));

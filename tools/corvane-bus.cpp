@@ -80,7 +80,8 @@ const char help_text[] =
     "EXIT STATUS\n"
     "    0  success\n"
     "    1  the node (or its range) does not exist\n"
-    "    2  usage error, or a device file that cannot be read\n"
+    "    2  usage error: a malformed command line or bus address, or a device file\n"
+    "       that cannot be read\n"
     "    3  the bus cannot be reached (the message names the address and why)\n"
     "\n"
     "EXAMPLES\n"
@@ -262,10 +263,11 @@ int main(int argc, char **argv)
         return usage(("wrong number of arguments for " + word).c_str());
 
     std::string error;
-    std::unique_ptr<Client> client = Client::connect(address, &error);
+    bool malformed = false;
+    std::unique_ptr<Client> client = Client::connect(address, &error, &malformed);
     if (!client) {
         fprintf(stderr, "corvane-bus: %s\n", error.c_str());
-        return kUnreachable;
+        return malformed ? kUsage : kUnreachable;
     }
     return run(*client, word, arguments);
 }

@@ -57,7 +57,7 @@ bool use_bus(const std::string &address, std::string *error)
         store() = make_local_store(deliver);
         return true;
     }
-    std::unique_ptr<NodeStore> redis = make_redis_store(address, deliver, error);
+    std::unique_ptr<NodeStore> redis = make_redis_store(address, false, deliver, error);
     if (!redis)
         return false;
     redis->clear();
@@ -78,7 +78,8 @@ bool use_bus_from_environment(std::string *error)
     const char *address = getenv("CORVANE_BUS");
     if (!address || !*address || std::string(address) == "sim")
         return true;
-    std::unique_ptr<NodeStore> redis = make_redis_store(address, deliver, error);
+    // The daemon's own process waits for its bus, as it would on the camera.
+    std::unique_ptr<NodeStore> redis = make_redis_store(address, true, deliver, error);
     if (!redis)
         return false;
     store() = std::move(redis);

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
@@ -90,7 +91,8 @@ bool parse_device_file(const std::string &path, std::string *error,
                        std::map<std::string, std::string> *parameters)
 {
     std::ifstream in(path);
-    if (!in) {
+    std::error_code ignored;
+    if (!in || std::filesystem::is_directory(path, ignored)) {
         *error = "cannot read device file " + path;
         return false;
     }

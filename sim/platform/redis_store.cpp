@@ -17,7 +17,7 @@ class RedisStore : public NodeStore {
 public:
     explicit RedisStore(Sink sink) : sink_(std::move(sink)) {}
 
-    bool open(const std::string &address, std::string *error) { return bus_.open(address, false, error); }
+    bool open(const std::string &address, bool wait, std::string *error) { return bus_.open(address, wait, error); }
 
     int get(const std::string &name, std::string *value) override
     {
@@ -67,10 +67,11 @@ private:
 
 } // namespace
 
-std::unique_ptr<NodeStore> make_redis_store(const std::string &address, NodeStore::Sink sink, std::string *error)
+std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool wait, NodeStore::Sink sink,
+                                            std::string *error)
 {
     auto store = std::make_unique<RedisStore>(std::move(sink));
-    if (!store->open(address, error))
+    if (!store->open(address, wait, error))
         return nullptr;
     return store;
 }
@@ -81,7 +82,7 @@ std::unique_ptr<NodeStore> make_redis_store(const std::string &address, NodeStor
 
 namespace sim {
 
-std::unique_ptr<NodeStore> make_redis_store(const std::string &address, NodeStore::Sink, std::string *error)
+std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool, NodeStore::Sink, std::string *error)
 {
     *error = "bus address '" + address + "': this build has no Redis support";
     return nullptr;

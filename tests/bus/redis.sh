@@ -1,6 +1,7 @@
 # Sourced by the bus tests: a private redis-server on a unix socket in a
 # temporary directory, stopped when the test's shell exits.
-#   start_redis [EXTRA redis-server OPTIONS]   sets REDIS_DIR, REDIS_SOCKET, CORVANE_BUS
+#   start_redis        sets REDIS_DIR, REDIS_SOCKET, CORVANE_BUS; more
+#                      redis-server options in REDIS_OPTIONS
 #   stop_redis                                  kills it (SIGKILL: no save on exit)
 #   wait_for COMMAND...                         retries COMMAND for up to 20 s
 
@@ -26,9 +27,12 @@ wait_for() {
     done
 }
 
+REDIS_OPTIONS=
+
 start_redis() {
+    # shellcheck disable=SC2086
     redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 \
-        --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" "$@" &
+        --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" $REDIS_OPTIONS &
     REDIS_PID=$!
     wait_for redis-cli -s "$REDIS_SOCKET" ping
 }
