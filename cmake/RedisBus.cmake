@@ -24,7 +24,7 @@ if(CORVANE_REDIS_BUS)
   add_library(corvane_nbus_redis STATIC redisbus/nbus.cpp)
   target_link_libraries(corvane_nbus_redis PUBLIC corvane_redis_client)
 
-  add_executable(corvane-bus tools/corvane-bus.cpp)
+  add_executable(corvane-bus tools/corvane-bus.cpp tools/bus_console.cpp)
   target_link_libraries(corvane-bus PRIVATE corvane_redis_client corvane_platform_sim)
 
   target_compile_definitions(corvane_platform_sim PRIVATE CORVANE_REDIS_BUS)

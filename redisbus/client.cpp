@@ -77,11 +77,14 @@ Status Client::clear()
     return connection_->clear(&error_);
 }
 
-Status Client::watch(const std::string &prefix, const std::function<bool(const Change &)> &on_change)
+Status Client::watch(const std::string &prefix, const std::function<bool(const Change &)> &on_change,
+                     const std::function<void()> &on_ready)
 {
     Reader reader(connection_->address());
     if (!reader.start(&error_))
         return Status::unreachable;
+    if (on_ready)
+        on_ready();
     bool more = true;
     while (more && !stopping_) {
         reader.poll(kWatchBlockMs, [&](const Change &change) {

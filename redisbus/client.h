@@ -87,7 +87,9 @@ public:
     // returns false or stop() is called. Survives a server restart: it
     // reconnects and resumes where it stopped. Returns ok when ended, or
     // unreachable when the server could not be reached at the start.
-    Status watch(const std::string &prefix, const std::function<bool(const Change &)> &on_change);
+    // on_ready, if given, is called once the watch has begun.
+    Status watch(const std::string &prefix, const std::function<bool(const Change &)> &on_change,
+                 const std::function<void()> &on_ready = {});
     void stop() { stopping_ = true; }
 
     // Forgets every node, range and change of the bus (a fresh device).

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "redisbus/client.h"
+#include "tools/bus_console.h"
 #include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
 
@@ -34,6 +35,7 @@ const char help_text[] =
     "    corvane-bus [--bus ADDRESS] listen [PREFIX]\n"
     "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
     "    corvane-bus [--bus ADDRESS] range NAME\n"
+    "    corvane-bus [--bus ADDRESS] console\n"
     "    corvane-bus --help\n"
     "\n"
     "DESCRIPTION\n"
@@ -61,6 +63,9 @@ const char help_text[] =
     "                    With --notify the nodes are written as client writes, in\n"
     "                    file order.\n"
     "    range NAME      Prints the permitted-range text of NAME.\n"
+    "    console         Reads set, get, dump and range commands from standard input\n"
+    "                    and prints every write of another process as it happens\n"
+    "                    (\"=> NAME = VALUE (WRITER)\"): the daemon's answers.\n"
     "\n"
     "    dump and listen print names and values with \\\\, \\n, \\t, \\r and other\n"
     "    control or non-ASCII bytes as \\xNN, so that each node is one line.\n"
@@ -211,7 +216,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"get", 1, 1}, {"set", 2, 2}, {"dump", 0, 1}, {"listen", 0, 1}, {"load", 1, 2}, {"range", 1, 1},
+    {"get", 1, 1},  {"set", 2, 2},   {"dump", 0, 1},    {"listen", 0, 1},
+    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0},
 };
 
 int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
@@ -227,6 +233,8 @@ int run(Client &client, const std::string &word, const std::vector<std::string> 
         return listen(client, first);
     if (word == "range")
         return range(client, first);
+    if (word == "console")
+        return run_console(client, read_standard_input);
     bool notify = first == "--notify";
     if (arguments.size() == 2 && !notify)
         return usage("load takes [--notify] DEVICE_FILE");
