@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <mutex>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -190,8 +192,22 @@ bool Connection::fail(std::string *error, const std::string &what)
     return false;
 }
 
+// A server that goes away must not end the process: a write to its closed
+// socket fails with EPIPE instead of raising SIGPIPE (unless the program
+// has its own handler).
+void ignore_broken_pipes()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        struct sigaction current = {};
+        if (sigaction(SIGPIPE, nullptr, &current) == 0 && current.sa_handler == SIG_DFL)
+            signal(SIGPIPE, SIG_IGN);
+    });
+}
+
 bool Connection::open(std::string *error, int read_timeout_ms)
 {
+    ignore_broken_pipes();
     if (context_) {
         redisSetTimeout(context_, milliseconds(read_timeout_ms));
         return true;
