@@ -30,3 +30,9 @@ if(CORVANE_REDIS_BUS)
   target_compile_definitions(corvane_platform_sim PUBLIC CORVANE_REDIS_BUS)
   target_link_libraries(corvane_platform_sim PUBLIC corvane_redis_client)
 endif()
+
+# Measurements for make bench (bench/sections/20-redis-bus.sh).
+if(CORVANE_REDIS_BUS)
+  add_executable(corvane-bus-bench tools/bus_bench.cpp)
+  target_link_libraries(corvane-bus-bench PRIVATE corvaned_core corvane_platform_sim)
+endif()

@@ -9,11 +9,13 @@
 //   corvane:wake:R    stream that wakes reader R's thread
 //
 // Trimming rule: the change stream is trimmed to the oldest position any
-// registered reader has published. A reader publishes its position with
-// every read (at least once a second while idle) and unregisters when it
-// stops; a reader that has published nothing for kReaderLeaseMs is taken to
-// be gone and stops holding the stream. So a reader that stalls or loses
-// its connection for less than the lease resumes with nothing lost.
+// registered reader has published. A reader publishes its position when it
+// registers, after every 512 changes or 5 seconds (idle or not) and after
+// every reconnection, and unregisters when it stops; a published position
+// is never ahead of what the reader has delivered. A reader that has
+// published nothing for kReaderLeaseMs is taken to be gone and stops
+// holding the stream. So a reader that stalls or loses its connection for
+// less than the lease resumes with nothing lost.
 #ifndef REDISBUS_CONNECTION_H
 #define REDISBUS_CONNECTION_H
 

@@ -49,6 +49,7 @@ bool Reader::start(std::string *error)
         return false;
     position_ = reply_text(reply->element[0]);
     started_ = true;
+    published_ = true;
     return true;
 }
 
@@ -87,30 +88,32 @@ void Reader::poll(int block_ms, const std::function<void(const Change &)> &on_ch
     publish_and_read(block_ms, on_change);
 }
 
-// The position is published in the same round trip as the read.
 void Reader::publish_and_read(int block_ms, const std::function<void(const Change &)> &on_change)
 {
     std::string error;
     std::string count = std::to_string(kReadBatch);
     std::string block = std::to_string(block_ms);
     connection_.open(&error, block_ms + kReplyMarginMs);
-    if (!connection_.append_script("position", {kReadersKey, kChangesKey}, {name_, position_}, &error) ||
+    // The position is published now and then (see trim_now_and_then) and
+    // after a reconnection, in the same round trip as the read.
+    bool publish = !published_;
+    if ((publish && !connection_.append_script("position", {kReadersKey, kChangesKey}, {name_, position_}, &error)) ||
         !connection_.append({"XREAD", "COUNT", count, "BLOCK", block, "STREAMS", kChangesKey, wake_key_, position_,
                              wake_position_},
                             &error)) {
         note_unreachable(error);
         return;
     }
-    Reply published = connection_.read(&error);
-    Reply changes = published ? connection_.read(&error) : nullptr;
-    if (!published || !changes) {
+    Reply published = publish ? connection_.read(&error) : nullptr;
+    Reply changes = !publish || published ? connection_.read(&error) : nullptr;
+    if ((publish && !published) || !changes) {
         note_unreachable(error);
+        published_ = false;
         return;
     }
     note_reachable(connection_.address(), position_);
-    if (published->elements >= 2 && published->element[1]->integer == 1 && position_ != "0-0")
-        log_line("this reader had been silent longer than its lease; changes after %s may have been trimmed",
-                 position_.c_str());
+    if (publish)
+        note_publication(published.get());
     long delivered = 0;
     for (size_t s = 0; changes->type == REDIS_REPLY_ARRAY && s < changes->elements; ++s) {
         const redisReply *stream = changes->element[s];
@@ -132,6 +135,16 @@ void Reader::publish_and_read(int block_ms, const std::function<void(const Chang
     trim_now_and_then(delivered);
 }
 
+// The reply of the position script: {position, 1 when the reader was not
+// registered}. Only a reader whose lease ran out is new at this point.
+void Reader::note_publication(const redisReply *reply)
+{
+    published_ = reply != nullptr;
+    if (reply && reply->elements >= 2 && reply->element[1]->integer == 1)
+        log_line("this reader had been silent longer than its lease; changes after %s may have been trimmed",
+                 position_.c_str());
+}
+
 void Reader::trim_now_and_then(long delivered)
 {
     since_trim_ += delivered;
@@ -142,7 +155,7 @@ void Reader::trim_now_and_then(long delivered)
     last_trim_ = now;
     std::string error;
     std::string lease = std::to_string(kReaderLeaseMs);
-    connection_.script("position", {kReadersKey, kChangesKey}, {name_, position_}, &error);
+    note_publication(connection_.script("position", {kReadersKey, kChangesKey}, {name_, position_}, &error).get());
     connection_.script("trim", {kReadersKey, kChangesKey}, {lease}, &error);
 }
 

@@ -34,6 +34,7 @@ public:
 private:
     bool reconnect();
     void publish_and_read(int block_ms, const std::function<void(const Change &)> &on_change);
+    void note_publication(const redisReply *reply);
     void trim_now_and_then(long delivered);
 
     Connection connection_;
@@ -42,6 +43,7 @@ private:
     std::string position_;
     std::string wake_position_ = "0-0";
     bool started_ = false;
+    bool published_ = false;  // the server has this connection's latest publication
     int pause_ms_ = 10;
     long since_trim_ = 0;
     time_t last_trim_ = 0;
