@@ -53,7 +53,9 @@ stop_redis() {
 DAEMON_PID=
 
 start_daemon() {
-    CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
+    # stdbuf preloads a library, which the sanitizer build must be told to accept.
+    ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0 \
+        CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
         stdbuf -oL -eL "$1/corvaned" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
     DAEMON_PID=$!
 }
