@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "bindings/registration.h"
-#include "bindings/routines.h"
+#include "bindings/sync.h"
 #include "frame/context.h"
 #include "redisbus/client.h"
 #include "redisbus/connection.h"
