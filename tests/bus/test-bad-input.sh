@@ -6,6 +6,7 @@
 set -u
 build=$1
 BUS=$build/corvane-bus
+# shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 start_redis
 work=$REDIS_DIR/work

@@ -5,6 +5,7 @@
 set -u
 build=$1
 BUS=$build/corvane-bus
+# shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 devices=$(dirname "$0")/../../sim/devices
 start_redis
@@ -40,6 +41,13 @@ grep -q "^corvane.cam1.brightness = 5 (corvane-bus\[[0-9]*\])$" "$REDIS_DIR/list
 kill -INT "$listener"
 wait "$listener" || fail "listen did not end cleanly on SIGINT"
 [ "$(redis-cli -s "$REDIS_SOCKET" hlen corvane:readers)" = 1 ] || fail "the listener did not leave the stream"
+
+# The console: a client write, and the daemon's answer shown as it comes.
+printf 'set corvane.cam2.brightness 7\nget image.cam2.brightness\nquit\n' | "$BUS" console > "$REDIS_DIR/console.out" ||
+    fail "console"
+grep -q "=> image.cam2.brightness = 57  (corvaned\[$DAEMON_PID\])" "$REDIS_DIR/console.out" ||
+    fail "console: no answer from the daemon: $(cat "$REDIS_DIR/console.out")"
+grep -q "image.cam2.brightness = 57$" "$REDIS_DIR/console.out" || fail "console: get"
 
 # The daemon stops through its own shutdown path and leaves the stream too.
 stop_daemon

@@ -5,6 +5,7 @@
 set -u
 build=$1
 BUS=$build/corvane-bus
+# shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 start_daemon "$build"
 wait_for grep -q "cannot reach $CORVANE_BUS: .*; waiting for the bus" "$REDIS_DIR/daemon.err" ||

@@ -7,6 +7,7 @@
 set -u
 build=$1
 BUS=$build/corvane-bus
+# shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 REDIS_OPTIONS="--appendonly yes --appendfsync always"
 start_redis

@@ -9,6 +9,7 @@ build=$1
 BUS=$build/corvane-bus
 count=100000
 WAIT_SECONDS=120
+# shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 start_redis
 "$BUS" load "$(dirname "$0")/../../sim/devices/default.dev" || fail "load"
