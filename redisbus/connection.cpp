@@ -155,6 +155,14 @@ bool parse_address(const std::string &text, Address *address, std::string *error
     return false;
 }
 
+long reader_lease_ms()
+{
+    constexpr long kDefaultLeaseMs = 10 * 60 * 1000;
+    const char *text = getenv("CORVANE_BUS_LEASE_MS");
+    long lease = text && *text ? strtol(text, nullptr, 10) : 0;
+    return lease > 0 ? lease : kDefaultLeaseMs;
+}
+
 std::string address_from_environment()
 {
     const char *text = getenv("CORVANE_BUS");

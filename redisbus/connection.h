@@ -13,7 +13,7 @@
 // registers, after every 512 changes or 5 seconds (idle or not) and after
 // every reconnection, and unregisters when it stops; a published position
 // is never ahead of what the reader has delivered. A reader that has
-// published nothing for kReaderLeaseMs is taken to be gone and stops
+// published nothing for its lease (reader_lease_ms) is taken to be gone and stops
 // holding the stream. So a reader that stalls or loses its connection for
 // less than the lease resumes with nothing lost.
 #ifndef REDISBUS_CONNECTION_H
@@ -30,7 +30,8 @@
 
 namespace corvane::bus {
 
-constexpr long kReaderLeaseMs = 10 * 60 * 1000;
+// CORVANE_BUS_LEASE_MS, by default ten minutes.
+long reader_lease_ms();
 constexpr char kNodesKey[] = "corvane:nodes";
 constexpr char kRangesKey[] = "corvane:ranges";
 constexpr char kChangesKey[] = "corvane:changes";

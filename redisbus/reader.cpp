@@ -154,7 +154,7 @@ void Reader::trim_now_and_then(long delivered)
     since_trim_ = 0;
     last_trim_ = now;
     std::string error;
-    std::string lease = std::to_string(kReaderLeaseMs);
+    std::string lease = std::to_string(reader_lease_ms());
     note_publication(connection_.script("position", {kReadersKey, kChangesKey}, {name_, position_}, &error).get());
     connection_.script("trim", {kReadersKey, kChangesKey}, {lease}, &error);
 }

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -91,6 +93,27 @@ TEST_F(RedisBusTest, TheStreamIsTrimmedOnlyBehindTheSlowestReader)
     ASSERT_EQ(client_->set_all(numbered_writes(600)), Status::ok);
     EXPECT_EQ(read_changes(busy, 600).size(), 600u);
     EXPECT_LE(stream_length(), 600 - 512 + 1);
+}
+
+TEST_F(RedisBusTest, AReaderSilentLongerThanItsLeaseNoLongerHoldsTheStreamAndSaysSo)
+{
+    setenv("CORVANE_BUS_LEASE_MS", "300", 1);
+    corvane::bus::Reader silent(parsed_);
+    corvane::bus::Reader busy(parsed_);
+    std::string error;
+    ASSERT_TRUE(silent.start(&error)) << error;
+    ASSERT_TRUE(busy.start(&error)) << error;
+    ASSERT_EQ(client_->set_all(numbered_writes(10)), Status::ok);
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    ASSERT_EQ(read_changes(busy, 10).size(), 10u);  // publishes, trims past the silent one
+    EXPECT_LE(stream_length(), 1);
+
+    ::testing::internal::CaptureStderr();
+    std::vector<Change> late = read_changes(silent, 10, 3);
+    std::string lines = ::testing::internal::GetCapturedStderr();
+    EXPECT_LT(late.size(), 10u);
+    EXPECT_NE(lines.find("silent longer than its lease"), std::string::npos) << lines;
+    unsetenv("CORVANE_BUS_LEASE_MS");
 }
 
 TEST_F(RedisBusTest, ChangesCarryTheirWriterAndArriveOnceInOrder)
