@@ -36,3 +36,16 @@ if(CORVANE_REDIS_BUS)
   add_executable(corvane-bus-bench tools/bus_bench.cpp)
   target_link_libraries(corvane-bus-bench PRIVATE corvaned_core corvane_platform_sim)
 endif()
+
+# corvaned linked against the bus on Redis alone, as it would be against a
+# vendor libnbus; the other platform libraries from the simulated camera.
+if(CORVANE_REDIS_BUS)
+  set(SIM_BESIDE_BUS_SOURCES ${SIM_PLATFORM_SOURCES})
+  list(FILTER SIM_BESIDE_BUS_SOURCES EXCLUDE REGEX "/(bus|local_store|redis_store)\\.cpp$")
+  add_library(corvane_platform_sim_beside_bus STATIC ${SIM_BESIDE_BUS_SOURCES} sim/beside_bus/bus_absent.cpp)
+  target_include_directories(corvane_platform_sim_beside_bus PUBLIC ${CMAKE_SOURCE_DIR})
+  target_compile_definitions(corvane_platform_sim_beside_bus PUBLIC
+    CORVANE_DEFAULT_DEVICE="${CMAKE_SOURCE_DIR}/sim/devices/default.dev")
+  add_executable(corvaned-redis frame/entry.cpp)
+  target_link_libraries(corvaned-redis PRIVATE corvaned_core corvane_nbus_redis corvane_platform_sim_beside_bus)
+endif()

@@ -28,6 +28,14 @@ foreach(script ${BUS_PROCESS_TESTS})
   set_tests_properties(bus/${test_name} PROPERTIES TIMEOUT 300)
 endforeach()
 
+# The same daemon linked against the Redis bus library alone.
+foreach(test_name multi-process server-restart no-server)
+  add_test(NAME bus/${test_name}/corvaned-redis
+           COMMAND ${CMAKE_SOURCE_DIR}/tests/bus/test-${test_name}.sh ${CMAKE_BINARY_DIR})
+  set_tests_properties(bus/${test_name}/corvaned-redis PROPERTIES TIMEOUT 300
+                       ENVIRONMENT CORVANE_TEST_DAEMON=corvaned-redis)
+endforeach()
+
 # platform/nbus.h on Redis linked without the simulated camera.
 add_executable(corvane-nbus-redis-tests ${CMAKE_SOURCE_DIR}/tests/redisbus/nbus_redis_test.cpp)
 target_link_libraries(corvane-nbus-redis-tests PRIVATE corvane_nbus_redis gtest_main)
