@@ -30,7 +30,6 @@ public:
 
     // Parses the address and connects, waiting for the server when `wait`.
     bool open(const std::string &address, bool wait, std::string *error);
-    bool is_open() const { return reader_ != nullptr; }
     const Address &address() const { return address_; }
     // Registers this process's reader at the end of the change stream and
     // starts the bus thread: `sink` sees every write made from now on, in

@@ -94,7 +94,6 @@ public:
         thread_id_ = std::thread::id();
     }
 
-    bool running() const override { return thread_.joinable(); }
     bool shared() const override { return false; }
 
     void run(const std::function<void()> &work) override

@@ -54,7 +54,6 @@ public:
         running_ = false;
     }
 
-    bool running() const override { return running_; }
     bool shared() const override { return true; }
     void run(const std::function<void()> &work) override { bus_.run(work); }
     void wait_idle() override { bus_.wait_idle(); }

@@ -37,7 +37,6 @@ public:
     virtual bool shared() const = 0;
     virtual void start() = 0;
     virtual void stop() = 0;
-    virtual bool running() const = 0;
     virtual void run(const std::function<void()> &work) = 0;
     virtual void wait_idle() = 0;
 };
