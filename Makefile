@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo demo-bus test deps host asan arm clean
+.PHONY: all demo demo-bus test deps host asan arm bench clean
 
 all: host
 
@@ -34,6 +34,10 @@ demo-bus: deps
 
 test:
 	scripts/test.sh
+
+# Release build, measurements, docs/PERFORMANCE.md (bench/run.sh).
+bench: deps
+	bench/run.sh
 
 clean:
 	rm -rf build

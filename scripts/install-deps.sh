@@ -4,6 +4,8 @@ set -e
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # The bus on Redis: server, client tools, hiredis.
 packages="$packages redis-server redis-tools libhiredis-dev"
+# make bench
+packages="$packages valgrind libbenchmark-dev"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"

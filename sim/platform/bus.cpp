@@ -26,6 +26,13 @@ std::map<std::string, int> read_faults;
 bool bus_released = false;
 bool bus_chosen = false;
 long registrations = 0;
+std::vector<BusCall> *recorded_calls = nullptr;
+
+void record_locked(BusCall::Kind kind, const char *name, const char *value, int size)
+{
+    if (recorded_calls)
+        recorded_calls->push_back({kind, name, value, size});
+}
 
 // Every registration of the name, in registration order.
 void deliver(const std::string &name, const std::string &value)
@@ -111,7 +118,8 @@ void reset_bus()
 
 void client_write(const std::string &name, const std::string &value)
 {
-    trace("client " + escape_name(name) + " " + escape(value));
+    if (recording())
+        trace("client " + escape_name(name) + " " + escape(value));
     store()->write(name, value);
 }
 
@@ -176,6 +184,12 @@ bool released()
     return bus_released;
 }
 
+void record_bus_calls(std::vector<BusCall> *calls)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    recorded_calls = calls;
+}
+
 } // namespace sim
 
 using namespace sim;
@@ -210,6 +224,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
         return kBadArguments;
     {
         std::lock_guard<std::mutex> lock(bus_mutex);
+        record_locked(BusCall::get, name, "", size);
         auto fault = read_faults.find(name);
         if (fault != read_faults.end())
             return fault->second;
@@ -226,6 +241,10 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
+    {
+        std::lock_guard<std::mutex> lock(bus_mutex);
+        record_locked(BusCall::set, name, value, 0);
+    }
     store()->write(name, value);
     return 0;
 }
@@ -234,8 +253,10 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
 {
     if (!name || !callback)
         return kBadArguments;
-    trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
+    if (recording())
+        trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);
     ++registrations;
     return 0;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -64,9 +65,21 @@ std::string unquote(const std::string &text)
     return out;
 }
 
+namespace {
+
+bool plain_character(unsigned char c)
+{
+    return c >= 0x20 && c < 0x7f && c != '\\';
+}
+
+} // namespace
+
 std::string escape(const std::string &text)
 {
+    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
+        return text;
     std::string out;
+    out.reserve(text.size());
     for (unsigned char c : text) {
         switch (c) {
         case '\\': out += "\\\\"; break;

@@ -32,7 +32,7 @@ public:
         std::unique_lock<std::mutex> lock(mutex_);
         nodes_[name] = value;
         queue_.push_back([this, name, value] { sink_(name, value); });
-        changed_.notify_all();
+        work_queued_.notify_one();
         drain_inline(lock);
         wait_idle_locked(lock);
     }
@@ -87,7 +87,7 @@ public:
             if (!thread_.joinable())
                 return;
             stopping_ = true;
-            changed_.notify_all();
+            work_queued_.notify_one();
         }
         thread_.join();
         std::lock_guard<std::mutex> lock(mutex_);
@@ -100,7 +100,7 @@ public:
     {
         std::unique_lock<std::mutex> lock(mutex_);
         queue_.push_back(work);
-        changed_.notify_all();
+        work_queued_.notify_one();
         drain_inline(lock);
         wait_idle_locked(lock);
     }
@@ -116,11 +116,12 @@ private:
     {
         std::unique_lock<std::mutex> lock(mutex_);
         for (;;) {
-            changed_.wait(lock, [this] { return !queue_.empty() || stopping_; });
+            work_queued_.wait(lock, [this] { return !queue_.empty() || stopping_; });
             if (queue_.empty() && stopping_)
                 return;
             run_front(lock);
-            changed_.notify_all();
+            if (queue_.empty())
+                bus_idle_.notify_all();
         }
     }
 
@@ -141,7 +142,7 @@ private:
     {
         if (on_bus_thread() || !thread_.joinable())
             return;
-        changed_.wait(lock, [this] { return queue_.empty() && !delivering_; });
+        bus_idle_.wait(lock, [this] { return queue_.empty() && !delivering_; });
     }
 
     // Without a running bus thread (unit tests), deliveries run on the caller.
@@ -155,7 +156,10 @@ private:
 
     Sink sink_;
     std::mutex mutex_;
-    std::condition_variable changed_;
+    // Two conditions, so that a write queued from inside a handler wakes only
+    // the bus thread, and a writer waiting for the bus wakes only once it is idle.
+    std::condition_variable work_queued_;  // the bus thread waits on it
+    std::condition_variable bus_idle_;     // writers outside the bus thread wait on it
     std::map<std::string, std::string> nodes_;
     std::deque<std::function<void()>> queue_;
     bool delivering_ = false;

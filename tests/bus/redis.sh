@@ -34,7 +34,12 @@ start_redis() {
     redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 \
         --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" $REDIS_OPTIONS &
     REDIS_PID=$!
-    wait_for redis-cli -s "$REDIS_SOCKET" ping
+    wait_for redis_ready
+}
+
+# PONG, not an error such as LOADING while the append-only file is read.
+redis_ready() {
+    [ "$(redis-cli -s "$REDIS_SOCKET" ping 2>/dev/null)" = PONG ]
 }
 
 stop_redis() {
