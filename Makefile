@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo web test deps host asan arm bench clean
+.PHONY: all demo demo-bus web test deps host asan arm bench clean
 
 all: host
 
@@ -30,6 +30,12 @@ web: deps
 	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
 	cmake --build build/host -j $(JOBS) --target corvane-web
 	build/host/corvane-web --listen 127.0.0.1:8080
+
+# corvaned as its own process on a private Redis server, with a client console.
+demo-bus: deps
+	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
+	cmake --build build/host -j $(JOBS) --target corvaned corvane-bus
+	scripts/demo-bus.sh build/host
 
 test:
 	scripts/test.sh

@@ -60,3 +60,7 @@ if(NOT CMAKE_CROSSCOMPILING)
            COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/console/console_test.py $<TARGET_FILE:corvane-sim>)
   set_tests_properties(console/terminal PROPERTIES TIMEOUT 120)
 endif()
+
+if(CORVANE_REDIS_BUS)
+  include(cmake/RedisBusTests.cmake)
+endif()

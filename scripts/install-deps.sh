@@ -4,6 +4,8 @@ set -e
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # the consoles, corvane-web and their tests
 packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux"
+# The bus on Redis: server, client tools, hiredis.
+packages="$packages redis-server redis-tools libhiredis-dev"
 # make bench
 packages="$packages valgrind libbenchmark-dev"
 missing=""
