@@ -46,6 +46,13 @@ if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
            COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
                    ${CMAKE_BINARY_DIR}/artifacts)
   set_tests_properties(web/page PROPERTIES TIMEOUT 180)
+  # ... and as one more client of the bus on Redis, the daemon in a process of its own
+  if(CORVANE_REDIS_BUS)
+    add_test(NAME web/page-redis
+             COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
+                     ${CMAKE_BINARY_DIR}/artifacts $<TARGET_FILE:corvane-sim> $<TARGET_FILE:corvane-bus>)
+    set_tests_properties(web/page-redis PROPERTIES TIMEOUT 180)
+  endif()
 endif()
 
 # A script line with too few words fails with the command's usage line.

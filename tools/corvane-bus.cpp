@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "redisbus/client.h"
+#include "sim/console/line_editor.h"
 #include "tools/bus_console.h"
 #include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
@@ -220,6 +221,29 @@ constexpr Command kCommands[] = {
     {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0},
 };
 
+// The console with line editing, history and completion of command words
+// and node names (read from the bus as they are typed).
+int console(Client &client)
+{
+    LineEditor editor("corvane> ", default_history_path(), stdout);
+    editor.set_completer([&client](const std::string &before, const std::string &word) {
+        if (before.find_first_not_of(" \t") == std::string::npos)
+            return complete_from(console_words(), word);
+        std::vector<corvane::bus::Node> nodes;
+        client.dump(word, &nodes);
+        std::vector<std::string> names;
+        for (const corvane::bus::Node &node : nodes)
+            names.push_back(node.name);
+        return names;
+    });
+    return run_console(client, [&editor](const char *, std::string *line) {
+        std::optional<std::string> read = editor.read();
+        if (read)
+            *line = *read;
+        return read.has_value();
+    });
+}
+
 int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
 {
     std::string first = arguments.empty() ? std::string() : arguments[0];
@@ -234,7 +258,7 @@ int run(Client &client, const std::string &word, const std::vector<std::string> 
     if (word == "range")
         return range(client, first);
     if (word == "console")
-        return run_console(client, read_standard_input);
+        return console(client);
     bool notify = first == "--notify";
     if (arguments.size() == 2 && !notify)
         return usage("load takes [--notify] DEVICE_FILE");

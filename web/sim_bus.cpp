@@ -55,7 +55,7 @@ std::unique_ptr<WebBus> make_sim_bus()
 int run_daemon()
 {
     sim::start();
-    start_head_view(kPaceMicroseconds, kPublishMilliseconds);
+    start_head_view(kPaceMicroseconds, kPublishMilliseconds, "sim");
     int status = corvaned::main();
     sim::mark_finished();
     sim::stop();

@@ -174,7 +174,7 @@ int main(int argc, char **argv)
         sim::set_stdout_echo(false);
     sim::start();
     if (options.view)
-        start_head_view(kViewPace, kViewInterval);
+        start_head_view(kViewPace, kViewInterval, options.bus);
 
     ScriptRunner runner(options.console ? "console" : options.script);
     std::thread driver;

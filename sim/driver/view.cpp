@@ -5,13 +5,19 @@
 #include <cstdlib>
 #include <csignal>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "sim/driver/script.h"
 #include "sim/platform/sim.h"
+#ifdef CORVANE_REDIS_BUS
+#include "redisbus/client.h"
+#endif
 
 namespace {
 
@@ -31,6 +37,60 @@ struct CallQueue {
 };
 CallQueue &call_queue = *new CallQueue;
 
+void queue_call(const std::string &call)
+{
+    std::lock_guard<std::mutex> lock(call_queue.mutex);
+    call_queue.calls.push_back(call);
+    call_queue.changed.notify_all();
+}
+
+#ifdef CORVANE_REDIS_BUS
+// On a bus shared with other processes the head is written as a client of
+// the bus, so every process sees it; in this process it is the simulator's.
+std::mutex client_mutex;
+std::unique_ptr<corvane::bus::Client> &shared_client()
+{
+    static std::unique_ptr<corvane::bus::Client> &client = *new std::unique_ptr<corvane::bus::Client>;
+    return client;
+}
+#endif
+
+void publish_all(const std::vector<std::pair<std::string, std::string>> &nodes)
+{
+#ifdef CORVANE_REDIS_BUS
+    std::lock_guard<std::mutex> lock(client_mutex);
+    if (shared_client()) {
+        std::vector<corvane::bus::Node> batch;
+        for (auto &[name, value] : nodes)
+            batch.push_back({name, value});
+        shared_client()->set_all(batch);
+        return;
+    }
+#endif
+    for (auto &[name, value] : nodes)
+        sim::publish(name, value);
+}
+
+// The writes of "sim.call" by other processes.
+void watch_calls_elsewhere(const std::string &address)
+{
+#ifdef CORVANE_REDIS_BUS
+    std::string error;
+    std::unique_ptr<corvane::bus::Client> watcher = corvane::bus::Client::connect(address, &error);
+    if (!watcher) {
+        fprintf(stderr, "corvane-sim: sim.call is not served: %s\n", error.c_str());
+        return;
+    }
+    watcher->watch("sim.call", [](const corvane::bus::Change &change) {
+        if (change.name == "sim.call")
+            queue_call(change.value);
+        return true;
+    });
+#else
+    (void)address;
+#endif
+}
+
 void block_signals()
 {
     sigset_t all;
@@ -44,13 +104,16 @@ void publish_loop(long interval_ms)
     block_signals();
     std::map<std::string, std::string> shown;
     while (!sim::finished()) {
+        std::vector<std::pair<std::string, std::string>> changed;
         for (auto &[name, value] : head_nodes(sim::head_state())) {
             auto found = shown.find(name);
             if (found != shown.end() && found->second == value)
                 continue;
             shown[name] = value;
-            sim::publish(name, value);
+            changed.emplace_back(name, value);
         }
+        if (!changed.empty())
+            publish_all(changed);
         usleep(static_cast<useconds_t>(interval_ms * 1000));
     }
 }
@@ -69,9 +132,9 @@ void call_loop()
             call = call_queue.calls.front();
             call_queue.calls.pop_front();
         }
-        sim::publish("sim.call.state", "running " + call);
+        publish_all({{"sim.call.state", "running " + call}});
         bool understood = runner.execute("call " + call, ++number);
-        sim::publish("sim.call.state", (understood ? "done " : "failed ") + call);
+        publish_all({{"sim.call.state", (understood ? "done " : "failed ") + call}});
     }
 }
 
@@ -112,16 +175,27 @@ std::map<std::string, std::string> head_nodes(const sim::HeadState &state)
     return nodes;
 }
 
-void start_head_view(long pace_us, long interval_ms)
+void start_head_view(long pace_us, long interval_ms, const std::string &bus_address)
 {
     sim::set_head_pace(pace_us);
+    // a write of "sim.call" in this process (a script, the console, corvane-web's own)
     sim::watch_writes([](const std::string &name, const std::string &value, sim::Writer writer) {
-        if (name != "sim.call" || writer == sim::Writer::simulator)
-            return;
-        std::lock_guard<std::mutex> lock(call_queue.mutex);
-        call_queue.calls.push_back(value);
-        call_queue.changed.notify_all();
+        if (name == "sim.call" && writer != sim::Writer::simulator)
+            queue_call(value);
     });
+    if (!bus_address.empty() && bus_address != "sim") {
+#ifdef CORVANE_REDIS_BUS
+        std::string error;
+        std::lock_guard<std::mutex> lock(client_mutex);
+        shared_client() = corvane::bus::Client::connect(bus_address, &error);
+        if (!shared_client())
+            fprintf(stderr, "corvane-sim: the head is not published: %s\n", error.c_str());
+#endif
+        std::thread([bus_address] {
+            block_signals();
+            watch_calls_elsewhere(bus_address);
+        }).detach();
+    }
     std::thread(publish_loop, interval_ms).detach();
     std::thread(call_loop).detach();
 }

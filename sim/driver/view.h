@@ -20,6 +20,8 @@ bool head_from_nodes(const std::map<std::string, std::string> &nodes, sim::HeadS
 
 // Starts publishing (every `interval_ms`) and serving "sim.call"; the busy
 // polls of the head take `pace_us` real microseconds while a motor moves.
-void start_head_view(long pace_us, long interval_ms);
+// `bus_address` is the bus (`sim`: the in-process one; else a Redis
+// address whose other clients see the head and may write "sim.call").
+void start_head_view(long pace_us, long interval_ms, const std::string &bus_address);
 
 #endif

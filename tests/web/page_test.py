@@ -3,8 +3,14 @@
 corvane-web: the page loads, a form write reaches the native node, a PTZ
 command button moves the drawn carriers, markup in a value stays text.
 
-usage: page_test.py CORVANE_WEB ARTIFACT_DIR
+usage: page_test.py CORVANE_WEB ARTIFACT_DIR [CORVANE_SIM CORVANE_BUS]
+
+With CORVANE_SIM and CORVANE_BUS the bus is a private redis-server: the
+daemon and the simulated head run in corvane-sim as a process of their own,
+corvane-web is one more client, and corvane-bus reads the nodes back.
+Without them corvane-web runs the daemon in its own process.
 """
+import argparse
 import json
 import os
 import subprocess
@@ -21,27 +27,63 @@ from selenium.webdriver.common.by import By
 from selenium.webdriver.support import expected_conditions
 from selenium.webdriver.support.ui import Select, WebDriverWait
 
-WEB = sys.argv[1] if len(sys.argv) > 1 else 'build/host/corvane-web'
-ARTIFACTS = sys.argv[2] if len(sys.argv) > 2 else 'build/host/artifacts'
+ARGUMENTS = argparse.ArgumentParser()
+ARGUMENTS.add_argument('web')
+ARGUMENTS.add_argument('artifacts')
+ARGUMENTS.add_argument('sim', nargs='?')
+ARGUMENTS.add_argument('bus_tool', nargs='?')
+OPTIONS = ARGUMENTS.parse_args()
+WEB = OPTIONS.web
+ARTIFACTS = OPTIONS.artifacts
 MARKUP = '<b id="bold">bold</b> & <script>window.injected = 1</script><img src=x onerror="window.injected = 2">'
 
 
-def start_server(workdir):
-    port_file = os.path.join(workdir, 'port')
-    with open(os.path.join(workdir, 'corvane-web.log'), 'w') as log:
-        process = subprocess.Popen([WEB, '--listen', '127.0.0.1:0', '--port-file', port_file],
-                                   stdout=log, stderr=subprocess.STDOUT)
-    deadline = time.time() + 20
+def wait_until(ready, what, process=None, timeout=20):
+    deadline = time.time() + timeout
     while time.time() < deadline:
-        if os.path.exists(port_file):
-            with open(port_file) as text:
-                port = text.read().strip()
-            if port:
-                return process, 'http://127.0.0.1:%s' % port
-        if process.poll() is not None:
-            raise RuntimeError('corvane-web exited with %d' % process.returncode)
+        if ready():
+            return
+        if process is not None and process.poll() is not None:
+            raise RuntimeError('%s: the process exited with %d' % (what, process.returncode))
         time.sleep(0.05)
-    raise RuntimeError('corvane-web did not start')
+    raise RuntimeError(what + ': timed out')
+
+
+def start_bus(workdir):
+    """A private redis-server and corvane-sim with the daemon and the head on it."""
+    socket = os.path.join(workdir, 'redis.sock')
+    redis = subprocess.Popen(['redis-server', '--port', '0', '--unixsocket', socket, '--unixsocketperm', '700',
+                              '--dir', workdir, '--save', '', '--appendonly', 'no',
+                              '--logfile', os.path.join(workdir, 'redis.log')])
+    ping = lambda: subprocess.run(['redis-cli', '-s', socket, 'ping'], capture_output=True).stdout == b'PONG\n'
+    wait_until(ping, 'redis-server', redis)
+    address = 'redis:' + socket
+    with open(os.path.join(workdir, 'corvane-sim.log'), 'w') as log:
+        sim = subprocess.Popen([OPTIONS.sim, '--bus', address, '--view', '--realtime'],
+                               stdout=log, stderr=subprocess.STDOUT)
+    wait_until(lambda: bus_get(address, 'sim.head.ring') is not None, 'corvane-sim', sim)
+    return [sim, redis], address
+
+
+def bus_get(address, name):
+    """A node as another client of the bus reads it (None: absent)."""
+    reply = subprocess.run([OPTIONS.bus_tool, '--bus', address, 'get', name], capture_output=True)
+    return reply.stdout[:-1].decode() if reply.returncode == 0 else None
+
+
+def start_server(workdir, address):
+    port_file = os.path.join(workdir, 'port')
+    command = [WEB, '--listen', '127.0.0.1:0', '--port-file', port_file] + (['--bus', address] if address else [])
+    with open(os.path.join(workdir, 'corvane-web.log'), 'w') as log:
+        process = subprocess.Popen(command, stdout=log, stderr=subprocess.STDOUT)
+
+    def port():
+        if not os.path.exists(port_file):
+            return ''
+        with open(port_file) as text:
+            return text.read().strip()
+    wait_until(port, 'corvane-web', process)
+    return process, 'http://127.0.0.1:%s' % port()
 
 
 def browser():
@@ -59,7 +101,8 @@ class PageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.workdir = tempfile.mkdtemp(prefix='corvane-web-test.')
-        cls.server, cls.url = start_server(cls.workdir)
+        cls.others, cls.address = start_bus(cls.workdir) if OPTIONS.sim else ([], None)
+        cls.server, cls.url = start_server(cls.workdir, cls.address)
         cls.driver = browser()
         cls.wait = WebDriverWait(cls.driver, 30)
         cls.driver.get(cls.url + '/')
@@ -69,12 +112,16 @@ class PageTest(unittest.TestCase):
     @classmethod
     def tearDownClass(cls):
         os.makedirs(ARTIFACTS, exist_ok=True)
-        cls.driver.save_screenshot(os.path.join(ARTIFACTS, 'corvane-web.png'))
+        picture = 'corvane-web-redis.png' if cls.address else 'corvane-web.png'
+        cls.driver.save_screenshot(os.path.join(ARTIFACTS, picture))
         cls.driver.quit()
         cls.server.terminate()
         status = cls.server.wait(timeout=30)
         with open(os.path.join(cls.workdir, 'corvane-web.log')) as log:
             output = log.read()
+        for process in cls.others:
+            process.terminate()
+            process.wait(timeout=30)
         # a sanitizer's report ends the server with another status
         if status != 0:
             raise AssertionError('corvane-web returned %d:\n%s' % (status, output[-4000:]))
@@ -120,6 +167,8 @@ class PageTest(unittest.TestCase):
         bus = self.bus_rows(2)['corvane.cam2.codec1']
         self.assertEqual(bus['native'], 'encode.cam2.stream1.codec')
         self.assertEqual(bus['native_value']['text'], MARKUP)
+        if self.address:
+            self.assertEqual(bus_get(self.address, 'encode.cam2.stream1.codec'), MARKUP)
         self.assertEqual(self.driver.find_elements(By.ID, 'bold'), [])
         self.assertEqual(row.find_elements(By.TAG_NAME, 'img'), [])
         self.assertIsNone(self.driver.execute_script('return window.injected'))
