@@ -64,7 +64,8 @@ set_tests_properties(console/script-usage PROPERTIES
 # corvane-sim's console in a real terminal (a private tmux server).
 if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME console/terminal
-           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/console/console_test.py $<TARGET_FILE:corvane-sim>)
+           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/console/console_test.py $<TARGET_FILE:corvane-sim>
+                   $<$<TARGET_EXISTS:corvane-bus>:$<TARGET_FILE:corvane-bus>>)
   set_tests_properties(console/terminal PROPERTIES TIMEOUT 120)
 endif()
 

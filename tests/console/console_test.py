@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """corvane-sim's console in a real terminal (a private tmux server): the
 start-up summary, line editing and history, completion, usage lines and
-the notes the console adds.
+the notes the console adds; with CORVANE_BUS, the same line editing in the
+bus client's console on a private redis-server.
 
-usage: console_test.py CORVANE_SIM
+usage: console_test.py CORVANE_SIM [CORVANE_BUS]
 """
 import os
 import re
@@ -15,6 +16,8 @@ import time
 import unittest
 
 SIM = os.path.abspath(sys.argv[1] if len(sys.argv) > 1 else 'build/host/corvane-sim')
+BUS = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
+DEVICE = os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..', 'sim', 'devices', 'default.dev')
 PROMPT = 'corvane> '
 KEYS = {'Tab', 'Up', 'Down', 'C-u'}
 
@@ -22,12 +25,12 @@ KEYS = {'Tab', 'Up', 'Down', 'C-u'}
 class Terminal:
     """One console session in its own tmux server."""
 
-    def __init__(self, workdir, name):
+    def __init__(self, workdir, name, command=None):
         self.socket = os.path.join(workdir, 'tmux-' + name)
         self.trace = os.path.join(workdir, name + '.trace')
+        command = command or '%s --console --realtime --trace %s' % (SIM, self.trace)
         environment = 'CORVANE_HISTORY=%s' % os.path.join(workdir, 'history')
-        command = 'cd %s && env %s %s --console --realtime --trace %s' % (workdir, environment, SIM, self.trace)
-        self.tmux('new-session', '-d', '-x', '200', '-y', '60', command)
+        self.tmux('new-session', '-d', '-x', '200', '-y', '60', 'cd %s && env %s %s' % (workdir, environment, command))
         self.tmux('set-option', '-g', 'history-limit', '20000')
         self.wait_for(lambda screen: screen.rstrip().endswith(PROMPT.strip()))
 
@@ -154,6 +157,41 @@ class ConsoleTest(unittest.TestCase):
         self.assertIn('switch made', output)
         self.assertIn('== end of ptztohome!!', output)
         self.assertNotIn('note: the layouts', self.terminal.run('call ptzto360'))
+
+
+@unittest.skipUnless(BUS, 'no corvane-bus given')
+class BusConsoleTest(unittest.TestCase):
+    """corvane-bus console: the same line editing, on a bus with nobody else."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.workdir = tempfile.mkdtemp(prefix='corvane-bus-console-test.')
+        socket = os.path.join(cls.workdir, 'redis.sock')
+        cls.redis = subprocess.Popen(['redis-server', '--port', '0', '--unixsocket', socket, '--unixsocketperm', '700',
+                                      '--dir', cls.workdir, '--save', '', '--appendonly', 'no',
+                                      '--logfile', os.path.join(cls.workdir, 'redis.log')])
+        address = 'redis:' + socket
+        deadline = time.time() + 10
+        while subprocess.run([BUS, '--bus', address, 'load', DEVICE], capture_output=True).returncode != 0:
+            if time.time() > deadline:
+                raise AssertionError('redis-server did not start')
+            time.sleep(0.05)
+        cls.terminal = Terminal(cls.workdir, 'bus', '%s --bus %s console' % (BUS, address))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.terminal.close()
+        cls.redis.kill()
+        cls.redis.wait()
+        shutil.rmtree(cls.workdir, ignore_errors=True)
+
+    def test_tab_completes_commands_and_node_names_read_from_the_bus(self):
+        output = self.terminal.run('ge', 'Tab', 'image.cam2.bri', 'Tab')
+        self.assertIn('image.cam2.brightness = 50', output)
+
+    def test_history_recalls_the_previous_line(self):
+        self.terminal.run('get image.cam3.saturation')
+        self.assertIn('image.cam3.saturation = ', self.terminal.run('', 'C-u', 'Up'))
 
 
 if __name__ == '__main__':
