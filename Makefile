@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm clean
+.PHONY: all demo test deps host asan arm install packages clean
 
 all: host
 
@@ -21,13 +21,23 @@ arm:
 	  -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
 	cmake --build build/arm -j $(JOBS)
 
-demo: deps
-	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
-	cmake --build build/host -j $(JOBS) --target corvane-sim
-	build/host/corvane-sim --realtime --console --device sim/devices/default.dev
+demo:
+	scripts/demo.sh
 
 test:
 	scripts/test.sh
+
+# make install [DESTDIR=...] [PREFIX=/usr/local] [COMPONENT=daemon|host]
+PREFIX ?= /usr/local
+install:
+	cmake -S . -B build/install -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF \
+	  -DCMAKE_INSTALL_PREFIX=$(PREFIX) -DCORVANE_DEVICE_DIR=$(PREFIX)/share/corvaned/devices
+	cmake --build build/install -j $(JOBS)
+	DESTDIR=$(DESTDIR) cmake --install build/install $(if $(COMPONENT),--component $(COMPONENT))
+
+# Debian packages for this machine and armhf, in build/debian-packages.
+packages:
+	tests/packaging/debian.sh $(CURDIR) $(CURDIR)/build/debian-packages armhf
 
 clean:
 	rm -rf build

@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "frame/info_option.h"
 #include "frame/main.h"
 #include "sim/driver/routines.h"
 #include "sim/driver/script.h"
@@ -19,6 +20,7 @@ namespace {
 
 const char usage[] =
     "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
+    "       corvane-sim --help | --version\n"
     "  Runs corvaned against the simulated camera. The script runs once start-up\n"
     "  has finished; without one the daemon runs until a signal.\n";
 
@@ -97,6 +99,8 @@ void run_console(ScriptRunner *runner)
 
 int main(int argc, char **argv)
 {
+    if (corvaned::answer_info_option(argc, argv, "corvane-sim", usage))
+        return 0;
     Options options;
     if (!parse_options(argc, argv, &options)) {
         fputs(usage, stderr);
