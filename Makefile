@@ -37,7 +37,7 @@ install:
 
 # Debian packages for this machine and armhf, in build/debian-packages.
 packages:
-	tests/packaging/debian.sh $(CURDIR) $(CURDIR)/build/debian-packages armhf
+	scripts/debian-packages.sh $(CURDIR) $(CURDIR)/build/debian-packages armhf
 
 clean:
 	rm -rf build

@@ -46,7 +46,7 @@ add_test(NAME packaging/systemd-unit
 # Both Debian builds from a copy under the build directory; minutes, so
 # alone on the machine.
 add_test(NAME packaging/debian
-  COMMAND ${PACKAGING_TESTS}/debian.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/debian-packages armhf)
+  COMMAND ${CMAKE_SOURCE_DIR}/scripts/debian-packages.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/debian-packages armhf)
 set_tests_properties(packaging/debian PROPERTIES TIMEOUT 900 RUN_SERIAL ON)
 set_tests_properties(packaging/install packaging/init-script packaging/systemd-unit packaging/debian
   PROPERTIES LABELS packaging)

@@ -1,8 +1,8 @@
 #!/bin/sh
 # Builds the Debian binary packages from a copy of the source tree, for the
 # build machine and for each architecture given, and runs lintian on them.
-#   debian.sh SOURCE_DIR WORK_DIR [ARCH]...
-# Everything is written under WORK_DIR; lintian errors fail the test.
+#   debian-packages.sh SOURCE_DIR WORK_DIR [ARCH]...
+# Everything is written under WORK_DIR; a lintian error fails the script.
 set -eu
 source_dir=$1 work_dir=$2
 shift 2
