@@ -38,7 +38,7 @@ esac
 # below says whether what is needed was found.
 $as_root apt-get update >> "$log" 2>&1 || echo "install-deps.sh: apt-get update reported errors (see $log)"
 # shellcheck disable=SC2086 # missing is a list of package names
-if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing >> "$log" 2>&1; then
+if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -o DPkg::Lock::Timeout=300 $missing >> "$log" 2>&1; then
     tail -n 20 "$log" >&2
     echo "install-deps.sh: apt-get install failed; the whole output is in $log" >&2
     exit 1
