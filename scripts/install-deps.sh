@@ -8,7 +8,7 @@ packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # Packaging: the Makefile, man pages, the init script and unit checks, the
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
-  crossbuild-essential-armhf libc6:armhf libstdc++6:armhf"
+  crossbuild-essential-armhf"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"
@@ -29,11 +29,6 @@ mkdir -p build
 log=build/install-deps.log
 : > "$log"
 echo "install-deps.sh: installing$missing (apt output in $log)"
-case "$missing" in
-    *:armhf*)
-        dpkg --print-foreign-architectures | grep -qx armhf ||
-            $as_root dpkg --add-architecture armhf >> "$log" 2>&1;;
-esac
 # A mirror caught mid-sync fails the update of one index; the install
 # below says whether what is needed was found.
 $as_root apt-get update >> "$log" 2>&1 || echo "install-deps.sh: apt-get update reported errors (see $log)"

@@ -2,7 +2,6 @@ SUMMARY = "Legacy parameter and lens service of the multi-sensor camera"
 DESCRIPTION = "corvaned keeps the corvane.* subtree of the configuration bus \
 in step with the device's native nodes and carries the lens and PTZ logic of \
 the four-sensor head."
-HOMEPAGE = "https://github.com/corvane/corvaned"
 LICENSE = "BSD-2-Clause"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=9f7c9fe37bb58af7c82b5bbe3a52efe2"
 
