@@ -5,7 +5,10 @@
 #include <array>
 #include <cstddef>
 
-#include "bindings/routines.h"
+#include "frame/routine.h"
+
+using Handler = handler_routine *;
+using Converter = converter_routine *;
 
 struct NodeBinding {
     const char *legacy_name;  // "corvane." + parameter; may hold one "%d"

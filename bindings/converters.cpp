@@ -1,15 +1,71 @@
 // Native-to-legacy converters of the start-up synchronisation. Each reads
 // its native node, translates, and writes the legacy node itself; a failed
-// read is logged and writes nothing.
+// read is logged and writes nothing. Most only map the native value: those
+// are a pure mapping handed to convert_value, which reads, logs a failure
+// and writes.
+#include "bindings/converters.h"
+
 #include <cstdio>
 
-#include "bindings/routines.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
 #include "platform/avc.h"
 
 namespace {
+
+// Text before "nbus_get" in a failed read's line; kErrorNodeLine selects the
+// other form, "nbus_get error node: <node>(ret:<code>)!!".
+constexpr const char *kPlainLine = "";
+constexpr const char *kErrorNodeLine = nullptr;
+
+// Clears `value`, reads `size` bytes of `node`; a failure is logged under
+// the converter's name and gives false.
+bool read_native(const char *converter, const char *node, char *value, int size, const char *failure = kPlainLine)
+{
+    memset(value, 0, static_cast<size_t>(size));
+    int error = nbus_get(node, value, size);
+    if (error == 0)
+        return true;
+    if (failure == kErrorNodeLine)
+        LOG_AS(converter, "nbus_get error node: %s(ret:%d)!!\n", node, error);
+    else
+        LOG_AS(converter, "%snbus_get %s, error : %d!!\n", failure, node, error);
+    return false;
+}
+
+template <size_t N>
+bool read_native(const char *converter, const char *node, char (&value)[N], const char *failure = kPlainLine)
+{
+    return read_native(converter, node, value, static_cast<int>(N), failure);
+}
+
+// A pure mapping: the legacy text for a native value; a number is
+// formatted into `scratch`.
+using LegacyText = char[16];
+using Mapping = const char *(*)(const char *native, LegacyText &scratch);
+
+struct ValueConversion {
+    int read_bytes;       // 8, 16, 32 or 64
+    const char *failure;  // see read_native
+    Mapping map;
+};
+
+void convert_value(const char *converter, const char *legacy_name, const char *native_name,
+                   const ValueConversion &conversion)
+{
+    char value[64];
+    if (!read_native(converter, native_name, value, conversion.read_bytes, conversion.failure))
+        return;
+    LegacyText scratch{};
+    nbus_set(legacy_name, conversion.map(value, scratch));
+}
+
+const char *number_text(LegacyText &scratch, int32_t number)
+{
+    format_into(scratch, "%d", number);
+    return scratch;
+}
 
 // Sensor number of a name, 0 when it names none.
 int sensor_of(const char *name)
@@ -54,21 +110,18 @@ const char *shortexposure_word(int32_t shutter)
 }
 
 // The grid-dependent copy of the zone-size and sensitivity converters.
-void copy_active_grid(const char *legacy_name, int sensor, const char *extended_pattern, const char *normal_pattern)
+void copy_active_grid(const char *converter, const char *legacy_name, int sensor, const char *extended_pattern,
+                      const char *normal_pattern)
 {
     char node[128];
     char extended[32];
     expand_pattern(node, "event.cam%d.motion.block_detection.extended", sensor);
-    if (int error = read_node(node, extended)) {
-        LOG("nbus_get %s, error : %d!!\n", node, error);
+    if (!read_native(converter, node, extended))
         return;
-    }
     expand_pattern(node, equals(extended, "1") ? extended_pattern : normal_pattern, sensor);
     char value[32];
-    if (int error = read_node(node, value)) {
-        LOG("nbus_get %s, error : %d!!\n", node, error);
+    if (!read_native(converter, node, value))
         return;
-    }
     nbus_set(legacy_name, value);
 }
 
@@ -84,150 +137,113 @@ int64_t pixel_count(const char *resolution)
 
 } // namespace
 
-CONVERTER(n2a_brightness_converter)
+void n2a_brightness_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    write_number(legacy_name, wrap_int32(int64_t{parse_decimal(value)} - 50));
+    convert_value(__func__, legacy_name, native_name,
+                  {16, "n2a_brightness_converter, ", [](const char *native, LegacyText &scratch) {
+                       return number_text(scratch, wrap_int32(int64_t{parse_decimal(native)} - 50));
+                   }});
 }
 
-CONVERTER(n2a_sharpness_converter)
+void n2a_sharpness_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("n2a_sharpness_converter, nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    write_number(legacy_name, wrap_int32(int64_t{parse_decimal(value)} + 1) / 64);
+    convert_value(__func__, legacy_name, native_name,
+                  {16, "n2a_sharpness_converter, ", [](const char *native, LegacyText &scratch) {
+                       return number_text(scratch, wrap_int32(int64_t{parse_decimal(native)} + 1) / 64);
+                   }});
 }
 
-CONVERTER(n2a_saturation_converter)
+void n2a_saturation_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("n2a_saturation_converter, nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    write_number(legacy_name, parse_decimal(value) / 16);
+    convert_value(__func__, legacy_name, native_name,
+                  {16, "n2a_saturation_converter, ", [](const char *native, LegacyText &scratch) {
+                       return number_text(scratch, parse_decimal(native) / 16);
+                   }});
 }
 
 // Both the blue and the red rows read the bg gain node (kept).
-CONVERTER(n2a_blue_red_converter)
+void n2a_blue_red_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    write_number(legacy_name, parse_decimal(value) / 50 - 10);
+    convert_value(__func__, legacy_name, native_name, {16, kPlainLine, [](const char *native, LegacyText &scratch) {
+                                                           return number_text(scratch, parse_decimal(native) / 50 - 10);
+                                                       }});
 }
 
-CONVERTER(n2a_imgquality_converter)
+void n2a_imgquality_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, word_containing(value, imgquality_words, "21"));
+    convert_value(__func__, legacy_name, native_name, {16, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return word_containing(native, imgquality_words, "21");
+                                                       }});
 }
 
-CONVERTER(n2a_ipv6enable_converter)
+void n2a_ipv6enable_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, contains(value, "on") ? "true" : "false");
+    convert_value(__func__, legacy_name, native_name, {16, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return contains(native, "on") ? "true" : "false";
+                                                       }});
 }
 
 // The mask edges are reported as 0 whatever they hold (kept).
-CONVERTER(n2a_pmask_blrt_converter)
+void n2a_pmask_blrt_converter(const char *legacy_name, const char *native_name)
 {
-    char value[64];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, "0");
+    convert_value(__func__, legacy_name, native_name,
+                  {64, kPlainLine, [](const char *, LegacyText &) { return "0"; }});
 }
 
-CONVERTER(n2a_sd_codec_converter)
+void n2a_sd_codec_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, contains(value, "snapshot") ? "jpeg" : "h264");
+    convert_value(__func__, legacy_name, native_name, {16, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return contains(native, "snapshot") ? "jpeg" : "h264";
+                                                       }});
 }
 
-CONVERTER(n2a_shortexposures_converter)
+void n2a_shortexposures_converter(const char *legacy_name, const char *native_name)
+{
+    convert_value(__func__, legacy_name, native_name, {8, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return shortexposure_word(parse_decimal(native));
+                                                       }});
+}
+
+void n2a_white_balance_converter(const char *legacy_name, const char *native_name)
+{
+    convert_value(__func__, legacy_name, native_name, {8, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return word_containing(native, white_balance_words, "on");
+                                                       }});
+}
+
+void n2a_defog_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value, kErrorNodeLine))
         return;
-    }
-    nbus_set(legacy_name, shortexposure_word(parse_decimal(value)));
-}
-
-CONVERTER(n2a_white_balance_converter)
-{
-    char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, word_containing(value, white_balance_words, "on"));
-}
-
-CONVERTER(n2a_defog_converter)
-{
-    char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get error node: %s(ret:%d)!!\n", native_name, error);
-        return;
-    }
     int32_t level = parse_decimal(value);
     if (level < 0 || level > 255)
         LOG("nbus_get %s, error value: %s!!\n", native_name, value);
     nbus_set(legacy_name, defog_word(level));
 }
 
-CONVERTER(n2a_wdr_converter)
+void n2a_wdr_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get error node: %s(ret:%d)!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value, kErrorNodeLine))
         return;
-    }
     const char *word = contains(value, "off") ? "off" : "auto";
     nbus_set(legacy_name, word);
     LOG("Set %s(%s) = %s(%s) done!!\n", legacy_name, native_name, word, value);
 }
 
-CONVERTER(n2a_qos_enable_converter)
+void n2a_qos_enable_converter(const char *legacy_name, const char *native_name)
 {
-    char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, equals(value, "on") ? "1" : "0");
+    convert_value(__func__, legacy_name, native_name, {8, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return equals(native, "on") ? "1" : "0";
+                                                       }});
 }
 
-CONVERTER(n2a_smtgop_snpstrm_converter)
+void n2a_smtgop_snpstrm_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get error node: %s(ret:%d)!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value, kErrorNodeLine))
         return;
-    }
     if (equals(value, "1")) {
         nbus_set(legacy_name, "on");
         return;
@@ -237,24 +253,19 @@ CONVERTER(n2a_smtgop_snpstrm_converter)
     nbus_set(legacy_name, "off");
 }
 
-CONVERTER(n2a_auxin_converter)
+void n2a_auxin_converter(const char *legacy_name, const char *native_name)
 {
-    char value[32];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, contains(value, "1") ? "on" : "off");
+    convert_value(__func__, legacy_name, native_name, {32, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return contains(native, "1") ? "on" : "off";
+                                                       }});
 }
 
 // A mode other than "auto" or "lock" is logged and leaves the legacy node alone.
-CONVERTER(n2a_autoexp_converter)
+void n2a_autoexp_converter(const char *legacy_name, const char *native_name)
 {
     char value[32];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value))
         return;
-    }
     const char *word = word_equal_to(value, autoexp_words, nullptr);
     if (!word) {
         LOG("ERR %s(%d) = %s!!\n", native_name, sensor_of(native_name), value);
@@ -263,19 +274,17 @@ CONVERTER(n2a_autoexp_converter)
     nbus_set(legacy_name, word);
 }
 
-CONVERTER(n2a_lowlight_converter)
+void n2a_lowlight_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        // kept: the line names the rotate converter
-        LOG("n2a_rotate_converter, nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, word_equal_to(value, lowlight_words, "balanced"));
+    // kept: the failure line names the rotate converter
+    convert_value(__func__, legacy_name, native_name,
+                  {16, "n2a_rotate_converter, ", [](const char *native, LegacyText &) {
+                       return word_equal_to(native, lowlight_words, "balanced");
+                   }});
 }
 
 // Ignores the native rotate node: 180 degrees is mirror plus flip.
-CONVERTER(n2a_rotate_converter)
+void n2a_rotate_converter(const char *legacy_name, const char *native_name)
 {
     int sensor = sensor_of(native_name);
     char mirror_node[64];
@@ -303,54 +312,52 @@ CONVERTER(n2a_rotate_converter)
         LOG("Set %s(%s) = %s done!!\n", legacy_name, native_name, degrees);
 }
 
-CONVERTER(n2a_mdtotalzones_converter)
+void n2a_mdtotalzones_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("n2a_mdtotalzones_converter, nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, equals(value, "0") ? "64" : "1024");
+    convert_value(__func__, legacy_name, native_name,
+                  {16, "n2a_mdtotalzones_converter, ",
+                   [](const char *native, LegacyText &) { return equals(native, "0") ? "64" : "1024"; }});
 }
 
-CONVERTER(n2a_mdzonesize_converter)
+void n2a_mdzonesize_converter(const char *legacy_name, const char *native_name)
 {
     if (!contains(native_name, ".cam")) {
         LOG("No camNum info.");
         return;
     }
-    copy_active_grid(legacy_name, camera_digit(native_name), "event.cam%d.motion.block_detection.zone_size_e",
+    copy_active_grid(__func__, legacy_name, camera_digit(native_name), "event.cam%d.motion.block_detection.zone_size_e",
                      "event.cam%d.motion.block_detection.zone_size");
 }
 
-CONVERTER(n2a_mdsensitivity_converter)
+void n2a_mdsensitivity_converter(const char *legacy_name, const char * /*native_name*/)
 {
     if (!contains(legacy_name, ".cam")) {
         LOG("No camNum info.");
         return;
     }
-    copy_active_grid(legacy_name, camera_digit(legacy_name), "event.cam%d.motion.block_detection.sensitivity_e",
+    copy_active_grid(__func__, legacy_name, camera_digit(legacy_name),
+                     "event.cam%d.motion.block_detection.sensitivity_e",
                      "event.cam%d.motion.block_detection.sensitivity");
 }
 
-// Bits: 1 DHCP, 16 NTP, 512 IPv6.
-CONVERTER(n2a_netopt_converter)
+// Bits: 1 DHCP, 16 NTP, 512 IPv6. Every failure line names the converter's
+// own native node, whichever read failed, after the brightness converter's
+// name (kept).
+void n2a_netopt_converter(const char *legacy_name, const char *native_name)
 {
+    constexpr const char *kFailure = "n2a_brightness_converter, ";
     char value[16];
-    // kept: every failure line names the brightness converter
-    if (int error = read_node(native_name, value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value, kFailure))
         return;
-    }
     int options = contains(value, "dhcp") ? 1 : 0;
     if (int error = read_node("system.datetime.mode", value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", "system.datetime.mode", error);
+        LOG("%snbus_get %s, error : %d!!\n", kFailure, native_name, error);
         return;
     }
     if (contains(value, "ntp"))
         options = options ? 17 : 16;
     if (int error = read_node("network.ipv6.enable", value)) {
-        LOG("n2a_brightness_converter, nbus_get %s, error : %d!!\n", "network.ipv6.enable", error);
+        LOG("%snbus_get %s, error : %d!!\n", kFailure, native_name, error);
         return;
     }
     if (contains(value, "on"))
@@ -359,13 +366,11 @@ CONVERTER(n2a_netopt_converter)
 }
 
 // The legacy node written follows the native name's stream, not the caller.
-CONVERTER(n2a_en_multicast_converter)
+void n2a_en_multicast_converter(const char * /*legacy_name*/, const char *native_name)
 {
     char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value))
         return;
-    }
     const char *word = "0";
     if (contains(value, "on"))
         word = "1";
@@ -386,24 +391,19 @@ CONVERTER(n2a_en_multicast_converter)
     nbus_set(target, word);
 }
 
-CONVERTER(n2a_daynight_converter)
+void n2a_daynight_converter(const char *legacy_name, const char *native_name)
 {
-    char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
-        return;
-    }
-    nbus_set(legacy_name, word_containing(value, daynight_words, "auto"));
+    convert_value(__func__, legacy_name, native_name, {16, kPlainLine, [](const char *native, LegacyText &) {
+                                                           return word_containing(native, daynight_words, "auto");
+                                                       }});
 }
 
 // A stream on variable rate reports a constant bit rate of 0.
-CONVERTER(n2a_bitrate_converter)
+void n2a_bitrate_converter(const char *legacy_name, const char *native_name)
 {
     char value[8];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value))
         return;
-    }
     int sensor = sensor_of(native_name);
     int stream = digit_after(native_name, "stream");
     char control_node[128];
@@ -412,35 +412,29 @@ CONVERTER(n2a_bitrate_converter)
     else
         format_into(control_node, "encode.cam%d.stream%d.rate_control", sensor, stream);
     char control[8];
-    if (int error = read_node(control_node, control)) {
-        LOG("nbus_get %s, error : %d!!\n", control_node, error);
+    if (!read_native(__func__, control_node, control))
         return;
-    }
     nbus_set(legacy_name, equals(control, "cvbr") ? "0" : value);
 }
 
 // The stream is looked for in the legacy name, which never names one, so
 // every row reads stream 1's limit switch (kept).
-CONVERTER(n2a_ratelimit_converter)
+void n2a_ratelimit_converter(const char *legacy_name, const char *native_name)
 {
     char value[16];
-    if (int error = read_node(native_name, value)) {
-        LOG("nbus_get %s, error : %d!!\n", native_name, error);
+    if (!read_native(__func__, native_name, value))
         return;
-    }
     int stream = contains(legacy_name, "stream3") ? 3 : contains(legacy_name, "stream2") ? 2 : 1;
     char limit_node[128];
     format_into(limit_node, "encode.cam%d.stream%d.enable_bitrate_limit", sensor_of(legacy_name), stream);
     char limit[16];
-    if (int error = read_node(limit_node, limit)) {
-        LOG("nbus_get %s, error : %d!!\n", limit_node, error);
+    if (!read_native(__func__, limit_node, limit))
         return;
-    }
     nbus_set(legacy_name, equals(limit, "off") ? "0" : value);
 }
 
 // The region number doubles as the stream number.
-CONVERTER(n2a_roi_lv_en_converter)
+void n2a_roi_lv_en_converter(const char *legacy_name, const char *native_name)
 {
     int camera = camera_digit(legacy_name);
     int region = digit_after(legacy_name, "roi");
@@ -481,10 +475,8 @@ CONVERTER(n2a_roi_lv_en_converter)
     else
         copy_into(node, native_name);
     char value[32];
-    if (int error = read_node(node, value)) {
-        LOG("nbus_get %s, error : %d!!\n", node, error);
+    if (!read_native(__func__, node, value))
         return;
-    }
     if (!region_ok) {
         LOG("Corvane ERR: ROI number=%d!!!\n", region);
         return;
@@ -497,16 +489,14 @@ CONVERTER(n2a_roi_lv_en_converter)
 // "full" when stream 3 runs at the sensor's largest size, else "half". It
 // reads the legacy stream-3 resolution, which the synchronisation fills
 // only later: the value as it stood before this start.
-CONVERTER(n2a_imgres_converter)
+void n2a_imgres_converter(const char *legacy_name, const char * /*native_name*/)
 {
     int sensor = sensor_of(legacy_name);
     char resolution_node[128];
     expand_pattern(resolution_node, "corvane.cam%d.resolution3", sensor == 0 ? 1 : sensor);
     char resolution[16];
-    if (int error = read_node(resolution_node, resolution)) {
-        LOG("nbus_get %s, error : %d!!\n", resolution_node, error);
+    if (!read_native(__func__, resolution_node, resolution))
         return;
-    }
     char stream_node[128];
     expand_pattern(stream_node, "encode.cam%d.stream3.resolution", sensor == 0 ? 1 : sensor);
     char largest[16];
@@ -519,7 +509,7 @@ CONVERTER(n2a_imgres_converter)
 }
 
 // A failed read writes an empty value.
-CONVERTER(n2a_copy_converter)
+void n2a_copy_converter(const char *legacy_name, const char *native_name)
 {
     char value[64];
     if (read_node(native_name, value) != 0)

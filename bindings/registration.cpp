@@ -2,6 +2,8 @@
 
 #include "bindings/binding.h"
 #include "frame/context.h"
+#include "handlers/events/actions.h"
+#include "handlers/generic/accounts.h"
 #include "frame/text.h"
 #include "platform/nbus.h"
 

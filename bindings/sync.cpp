@@ -1,9 +1,10 @@
 // Start-up synchronisation: rebuilds the legacy subtree from the native
 // nodes once, before the handlers are opened for business.
+#include "bindings/sync.h"
+
 #include <cstring>
 
 #include "bindings/binding.h"
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
@@ -44,11 +45,11 @@ constexpr FixedCopy fixed_copies[] = {
     {"hardware.model_feature", "corvane.modelfeature", "hardware.model_feature", nullptr},
 };
 
-void acknowledge_recorded_preset(char *value, int size)
+void acknowledge_recorded_preset(const char *caller, char *value, int size)
 {
     memset(value, 0, size);
     if (nbus_get("corvane.ptzstatus", value, size) != 0) {
-        LOG("Command - %s not supported\r\n", "corvane.ptzstatus");
+        LOG_AS(caller, "Command - %s not supported\r\n", "corvane.ptzstatus");
         return;
     }
     if (equals(value, "ptz-record-preset1"))
@@ -57,12 +58,12 @@ void acknowledge_recorded_preset(char *value, int size)
         nbus_set("corvane.ptzstatus", "ptz-preset2_done");
 }
 
-void copy_fixed_nodes(char *value, int size)
+void copy_fixed_nodes(const char *caller, char *value, int size)
 {
     for (const FixedCopy &copy : fixed_copies) {
         memset(value, 0, size);
         if (nbus_get(copy.native_name, value, size) != 0) {
-            LOG("Command - %s not supported\r\n", copy.failure_name);
+            LOG_AS(caller, "Command - %s not supported\r\n", copy.failure_name);
             continue;
         }
         if (copy.transform)
@@ -116,8 +117,8 @@ void synchronise_row(const NodeBinding &row, char *name, char *value, int size)
 
 void cb_corvane_nodes_sync(char *name_buffer, char *value_buffer, int size)
 {
-    acknowledge_recorded_preset(value_buffer, size);
-    copy_fixed_nodes(value_buffer, size);
+    acknowledge_recorded_preset(__func__, value_buffer, size);
+    copy_fixed_nodes(__func__, value_buffer, size);
 
     for (const NodeBinding &row : smtp_table)
         if (row.native_name && contains(row.legacy_name, "mail%d"))

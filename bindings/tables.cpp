@@ -7,6 +7,8 @@
 
 #include <string_view>
 
+#include "bindings/routine_list.h"
+
 namespace {
 
 constexpr bool holds(const char *text, std::string_view part)

@@ -6,9 +6,13 @@
 void log_prefix(const char *function, int line);
 void log_message(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-#define LOG(...)                               \
+#define LOG(...) LOG_AS(__func__, __VA_ARGS__)
+
+// For a helper that logs on behalf of a routine: the prefix carries the
+// routine's name (`function`, normally the caller's __func__).
+#define LOG_AS(function, ...)                  \
     do {                                       \
-        log_prefix(__func__, __LINE__);        \
+        log_prefix(function, __LINE__);        \
         log_message(__VA_ARGS__);              \
     } while (0)
 

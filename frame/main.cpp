@@ -5,23 +5,22 @@
 #include <unistd.h>
 
 #include "bindings/registration.h"
-#include "bindings/routines.h"
+#include "bindings/sync.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "frame/text.h"
+#include "lens/home.h"
 #include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "platform/mcu.h"
 #include "platform/modelfeature.h"
 #include "platform/nbus.h"
-
-ServiceContext service;
 
 namespace {
 
 constexpr int kWorkBufferBytes = 128;
 constexpr int kLastTick = 65530;
 constexpr useconds_t kTickMicroseconds = 100000;
-constexpr int kNewHomeControllerVersion = 0xF005;
 
 // Writes "signal N caught, exiting ...\n" with write(2) only.
 void write_signal_line(int signal_number)
@@ -68,21 +67,21 @@ int main()
     const char *model = get_modelfeature();
     copy_into(service.model_id, model ? model : "");
 
-    service.lens_index = getLensTypeIndex(service.model_id);
-    if (service.lens_index == -1)
+    lens.lens_index = getLensTypeIndex(service.model_id);
+    if (lens.lens_index == -1)
         LOG("*** get error index of lenstype ***\n");
-    const LensProfile &profile = lens_profile_or_zero(service.lens_index);
-    service.mcu_tick = profile.focus_tick;
+    const LensProfile &profile = lens_profile_or_zero(lens.lens_index);
+    lens.mcu_tick = profile.focus_tick;
 
     char buffer[kWorkBufferBytes];
     clear(buffer);
     nbus_get("system.info.slave_cameras", buffer, kWorkBufferBytes);
     service.cam_count = parse_decimal(buffer);
 
-    service.lens_step2 = profile.step2;
+    lens.lens_step2 = profile.step2;
 
     LOG("==>\tCorvane control model id: %s, mcu tick: %d, f-max-step: %d(%d), Max cam: %d\n\n",
-        service.model_id, service.mcu_tick, profile.max_steps, service.lens_index, service.cam_count);
+        service.model_id, lens.mcu_tick, profile.max_steps, lens.lens_index, service.cam_count);
 
     register_bindings();
 
@@ -92,13 +91,13 @@ int main()
 
     service.ready = 1;
 
-    getVersion(&service.mcu_version);
+    getVersion(&lens.mcu_version);
 
     nbus_set("image.global_mode", "off");
     LOG("*** set image.global_mode off ***\n");
-    LOG("==>\tMCU Version: 0x%4x\n\n", static_cast<unsigned>(service.mcu_version));
+    LOG("==>\tMCU Version: 0x%4x\n\n", static_cast<unsigned>(lens.mcu_version));
 
-    service.home_routine = service.mcu_version == kNewHomeControllerVersion ? ptz2NewHome : ptztohome;
+    lens.home_routine = home_routine_for(lens.mcu_version);
 
     while (!service.exit_flag) {
         service.tick = service.tick >= kLastTick ? 0 : service.tick + 1;

@@ -1,8 +1,9 @@
 // The two home routines: tilts down, zooms wide, focus to its fixed point,
 // then the four pan carriers packed against each other and the home switch.
+#include "lens/home.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
 #include "frame/log.h"
 #include "lens/motors.h"
@@ -12,6 +13,7 @@ using namespace motors;
 
 namespace {
 
+constexpr int32_t kNewHomeControllerVersion = 0xF005;
 constexpr int kInfoLimit = 65000;
 constexpr int kPanStep = 60;  // one round of the collision and home loops
 
@@ -21,7 +23,7 @@ void set_speeds()
 {
     setOeEnable(1);
     // only the low byte of the focus tick reaches the controller
-    const int focus_speed = static_cast<uint8_t>(service.mcu_tick);
+    const int focus_speed = static_cast<uint8_t>(lens.mcu_tick);
     const struct {
         Info info;
         int speed;
@@ -53,7 +55,7 @@ void zoom_wide_focus_fixed()
 
 void zero_positions()
 {
-    for (int32_t &word : service.cam_motor)
+    for (int32_t &word : lens.cam_motor)
         word = 0;
 }
 
@@ -161,4 +163,9 @@ void ptz2NewHome()
 
     zero_positions();
     LOG("New== end of ptztohome!!\n");
+}
+
+plain_routine *home_routine_for(int32_t mcu_version)
+{
+    return mcu_version == kNewHomeControllerVersion ? ptz2NewHome : ptztohome;
 }

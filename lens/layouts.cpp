@@ -1,11 +1,13 @@
 // The 360, 270 and 180 degree layouts, started from the home position, and
 // the two relative pan moves of one camera.
+#include "lens/layouts.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "lens/motors.h"
@@ -176,11 +178,10 @@ void ptzto180()
     pan(k180);
 }
 
-HANDLER(do_new_pan)
+void do_new_pan(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (pan_status_word(name))
         return;
     int camera = camera_digit(name);
@@ -199,11 +200,10 @@ HANDLER(do_new_pan)
     set_pan_status(camera, "off");
 }
 
-HANDLER(do_old_pan)
+void do_old_pan(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (pan_status_word(name))
         return;
     int camera = camera_digit(name);

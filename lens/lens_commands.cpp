@@ -1,7 +1,9 @@
 // Lens commands: a legacy focus, zoom, pan or tilt value is forwarded
 // unchanged to the native lens node, whose owner drives the motor.
-#include "bindings/routines.h"
+#include "lens/lens_commands.h"
+
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
 #include "platform/nbus.h"
@@ -32,108 +34,59 @@ bool ignored(const LensCommand &command, const char *name)
     return false;
 }
 
-// Writes the value to the command's native node (named into `native`).
-template <size_t N>
-void forward(const LensCommand &command, const char *name, const char *value, char (&native)[N])
+// The whole of a lens command handler, logged under `handler`'s name.
+void run_command(const char *handler, const LensCommand &command, const char *name, const char *value)
 {
+    if (!handler_entered(handler, __LINE__, name, value) || ignored(command, name))
+        return;
+    char native[64];
     clear(native);
     expand_pattern(native, command.native, camera_digit(name));
     nbus_set(native, value);
+    LOG_AS(handler, "[%s] %s = %s leave!!\n", command.leave_tag, native, value);
 }
 
 } // namespace
 
-HANDLER(cb_corvane_focus)
+void cb_corvane_focus(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kFocus, name))
-        return;
-    char native[64];
-    forward(kFocus, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kFocus.leave_tag, native, value);
+    run_command(__func__, kFocus, name, value);
 }
 
-HANDLER(cb_corvane_zoom)
+void cb_corvane_zoom(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kZoom, name))
-        return;
-    char native[64];
-    forward(kZoom, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kZoom.leave_tag, native, value);
+    run_command(__func__, kZoom, name, value);
 }
 
-HANDLER(cb_corvane_pan)
+void cb_corvane_pan(const char *name, const char *value)
 {
     // a pan status change leaves no line at all
     if (!service.ready || ignored(kPan, name))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
-    char native[64];
-    forward(kPan, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kPan.leave_tag, native, value);
+    run_command(__func__, kPan, name, value);
 }
 
-HANDLER(cb_corvane_tilt)
+void cb_corvane_tilt(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kTilt, name))
-        return;
-    char native[64];
-    forward(kTilt, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kTilt.leave_tag, native, value);
+    run_command(__func__, kTilt, name, value);
 }
 
-HANDLER(cb_corvane_allfocus)
+void cb_corvane_allfocus(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kAllFocus, name))
-        return;
-    char native[64];
-    forward(kAllFocus, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kAllFocus.leave_tag, native, value);
+    run_command(__func__, kAllFocus, name, value);
 }
 
-HANDLER(cb_corvane_allzoom)
+void cb_corvane_allzoom(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kAllZoom, name))
-        return;
-    char native[64];
-    forward(kAllZoom, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kAllZoom.leave_tag, native, value);
+    run_command(__func__, kAllZoom, name, value);
 }
 
-HANDLER(cb_corvane_allpan)
+void cb_corvane_allpan(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kAllPan, name))
-        return;
-    char native[64];
-    forward(kAllPan, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kAllPan.leave_tag, native, value);
+    run_command(__func__, kAllPan, name, value);
 }
 
-HANDLER(cb_corvane_alltilt)
+void cb_corvane_alltilt(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    if (ignored(kAllTilt, name))
-        return;
-    char native[64];
-    forward(kAllTilt, name, value, native);
-    LOG("[%s] %s = %s leave!!\n", kAllTilt.leave_tag, native, value);
+    run_command(__func__, kAllTilt, name, value);
 }

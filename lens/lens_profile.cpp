@@ -10,8 +10,6 @@ const LensProfile lens_profiles[kLensProfileCount] = {
      .cut = -5, .cut2 = -7, .bg = 30, .focus_tick = 2, .rise_level1 = 3, .rise_level2 = 1, .param12 = 20},
 };
 
-int32_t af_enable[4] = {1, 0, 0, 0};
-
 int getLensTypeIndex(const char *model)
 {
     int lens_type = get_lenstype(model);

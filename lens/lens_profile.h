@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "frame/routine.h"
+
 struct LensProfile {
     int32_t lens_type;    // code returned by get_lenstype
     int32_t max_steps;    // full focus travel
@@ -24,11 +26,10 @@ static_assert(sizeof(LensProfile) == 13 * sizeof(int32_t), "a lens profile is 13
 constexpr int kLensProfileCount = 2;
 extern const LensProfile lens_profiles[kLensProfileCount];
 
-// Autofocus enable word per camera; only cam1 is enabled at power-up.
-extern int32_t af_enable[4];
-
-// Index of the profile of the fitted lens, -1 when the type is unknown.
-int getLensTypeIndex(const char *model);
+// getLensTypeIndex: index of the profile of the fitted lens (model text in),
+// -1 when the type is unknown.
+#define LENS_PROFILE_ROUTINES(X) X(text_query, getLensTypeIndex)
+LENS_PROFILE_ROUTINES(DECLARE_ROUTINE)
 
 // The profile at `index`, or an all-zero profile for an unknown lens.
 const LensProfile &lens_profile_or_zero(int index);

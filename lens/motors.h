@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
+#include "lens/lens_state.h"
 #include "frame/text.h"
 #include "platform/mcu.h"
 

@@ -1,12 +1,17 @@
 // PTZ commands on "corvane.ptzstatus" and the two presets.
+#include "lens/ptz.h"
+
 #include <algorithm>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
-#include "lens/lens_profile.h"
+#include "lens/home.h"
+#include "lens/layouts.h"
+#include "lens/lens_commands.h"
+#include "lens/lens_state.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -42,7 +47,7 @@ constexpr int kRestoreOrder[kMaxCameras] = {0, 3, 2, 1};
 
 struct RestoredAxis {
     const char *suffix;
-    Handler handler;
+    handler_routine *handler;
     char letter;  // names the axis in the error line
 };
 const RestoredAxis kRestoredAxes[] = {
@@ -73,33 +78,32 @@ int cameras()
 void enable_autofocus_all()
 {
     for (int camera = 0; camera < cameras(); ++camera)
-        af_enable[camera] = 1;
+        lens.af_enable[camera] = 1;
 }
 
 void run_home_routine()
 {
-    if (service.home_routine)
-        service.home_routine();
+    if (lens.home_routine)
+        lens.home_routine();
 }
 
 int pending_slot()
 {
-    return static_cast<int>(service.pending_preset & 0xFFu);
+    return static_cast<int>(lens.pending_preset & 0xFFu);
 }
 
 } // namespace
 
-HANDLER(cb_ptzstatus)
+void cb_ptzstatus(const char *name, const char *value)
 {
     nbus_set("corvane.presetstat_for_icr", value);
     LOG("Set %s = %s done!!\n", name, value);
 }
 
-HANDLER(cb_corvane_ptz_home)
+void cb_corvane_ptz_home(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     enable_autofocus_all();
 
     const PtzCommand *command = nullptr;
@@ -124,7 +128,7 @@ HANDLER(cb_corvane_ptz_home)
     case PtzAction::record:
         run_home_routine();
         LOG("preset%d-refocus all cam!\n", command->preset);
-        service.pending_preset = static_cast<uint32_t>(command->preset);
+        lens.pending_preset = static_cast<uint32_t>(command->preset);
         break;
     case PtzAction::recall:
         cb_corvane_ptz_preset(command->preset, 0);
@@ -136,7 +140,7 @@ HANDLER(cb_corvane_ptz_home)
             break;
         }
         cb_corvane_ptz_preset(slot, 1);
-        service.pending_preset = 0;
+        lens.pending_preset = 0;
         reply = slot == 1 ? "ptz-preset1_done" : "ptz-preset2_done";
         break;
     }

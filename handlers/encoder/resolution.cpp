@@ -4,10 +4,12 @@
 // in resolution profile 2 the third stream's quality is capped when all
 // three streams run at their largest sizes. The coupling and the clamp
 // write legacy nodes, so the bus brings them back to these handlers.
+#include "handlers/encoder/resolution.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -94,11 +96,10 @@ constexpr WordMapping frame_rate_nodes[] = {
 
 } // namespace
 
-HANDLER(cb_corvane_resolution)
+void cb_corvane_resolution(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char legacy[64];
     char text[64];
@@ -158,11 +159,10 @@ HANDLER(cb_corvane_resolution)
         CorvChkStrm12Res2LimitStrm3Qual(each);
 }
 
-HANDLER(cb_corvane_fps)
+void cb_corvane_fps(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -261,27 +261,25 @@ void CorvChkStrm12Res2LimitStrm3Qual(int cam)
 }
 
 // Bound to no node; unlike the others it has no ready gate.
-HANDLER(cb_corvane_global_mode)
+void cb_corvane_global_mode(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     nbus_set("image.global_mode", value);
-    LOG("Set %s by %s = %s done!!\n", "image.global_mode", name, value);
+    LOG("Set %s by %s = %s done!!\n", name, "image.global_mode", value);
 }
 
 // Bound to no node: stands for the legacy "scaling" parameter.
-HANDLER(cb_corvane_scaling)
+void cb_corvane_scaling(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
 }
 
 // Bound to no node: stands for the legacy "scaling_size" parameter and
 // reports it as set without writing anything.
-HANDLER(cb_corvane_scaling_size)
+void cb_corvane_scaling_size(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     LOG("Set %s = %s done!!\n", name, value);
 }

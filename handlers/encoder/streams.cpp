@@ -2,10 +2,11 @@
 // quantiser, bit rate and its limit, stream state size, SEI and smart GOP.
 // Each legacy node exists once per stream; a key in its name picks the
 // stream, first match wins.
+#include "handlers/encoder/streams.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -98,11 +99,10 @@ constexpr StreamKey ratelimit_mode_keys[] = {{"mode2", 2}, {"mode3", 3}};
 
 } // namespace
 
-HANDLER(cb_corvane_imgquality)
+void cb_corvane_imgquality(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const char *word = quality_word(parse_decimal(value));
@@ -117,11 +117,10 @@ HANDLER(cb_corvane_imgquality)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, word);
 }
 
-HANDLER(cb_corvane_keyframe)
+void cb_corvane_keyframe(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char written[64];
     clear(native);
@@ -136,11 +135,10 @@ HANDLER(cb_corvane_keyframe)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, written);
 }
 
-HANDLER(cb_corvane_keyframeinterval)
+void cb_corvane_keyframeinterval(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     char interval[64];
     clear(native);
@@ -159,11 +157,10 @@ HANDLER(cb_corvane_keyframeinterval)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, interval);
 }
 
-HANDLER(cb_corvane_qp)
+void cb_corvane_qp(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -179,11 +176,10 @@ HANDLER(cb_corvane_qp)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_sei)
+void cb_corvane_sei(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int camera = camera_of(name);
@@ -197,24 +193,22 @@ HANDLER(cb_corvane_sei)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_snapstream)
+void cb_corvane_snapstream(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const char *smart = equals(value, "on") ? "1" : "0";
     stream_node(native, camera_of(name), stream_of(name, snapstream_keys, 1), "smartgop");
     nbus_set(native, smart);
-    LOG("Set %s=%s by %s=%s done!!\n", native, smart, name, value);
+    LOG("Set %s=%s by %s=%s done!!\n", name, value, native, smart);
 }
 
-HANDLER(cb_corvane_enc_stream)
+void cb_corvane_enc_stream(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     int stream = stream_of(name, state_keys);
@@ -229,14 +223,13 @@ HANDLER(cb_corvane_enc_stream)
     } else {
         LOG("stream%d error: N-%s, V-%s!!\n", stream, name, value);
     }
-    LOG("Set %s by %s = %s done!!\n", native, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
-HANDLER(cb_corvane_bitrate)
+void cb_corvane_bitrate(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     // camera 5 is refused on purpose (kept)
     int stream = camera == 0 || camera == 5 ? 0 : stream_of(name, bitrate_keys);
@@ -267,11 +260,10 @@ HANDLER(cb_corvane_bitrate)
     nbus_set(control, "cbr");
 }
 
-HANDLER(cb_corvane_ratelimit)
+void cb_corvane_ratelimit(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     if (camera == 0) {
         LOG("ERR(CAM0), %s = %s\n", name, value);
@@ -304,11 +296,10 @@ HANDLER(cb_corvane_ratelimit)
     nbus_set(control, "cvbr");
 }
 
-HANDLER(cb_corvane_rlmode)
+void cb_corvane_rlmode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_of(name);
     if (camera == 0) {
         LOG("ERR(CAM0), %s = %s\n", name, value);

@@ -1,10 +1,12 @@
 // Alarm actions and storage: which event triggers recording to the card (at
 // most one at a time), the alarm output, the mail recipients, the audio
 // input, the card's record type, and legacy nodes accepted but not acted on.
+#include "handlers/events/actions.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -66,7 +68,7 @@ const char *line_in_level(int32_t level)
 
 } // namespace
 
-HANDLER(cb_corvane_sd_func_gate)
+void cb_corvane_sd_func_gate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -75,7 +77,7 @@ HANDLER(cb_corvane_sd_func_gate)
 
 // Switching one trigger on switches every other one off through its own
 // legacy node, whose handler clears the native node: at most one is on.
-HANDLER(cb_corvane_sd_func)
+void cb_corvane_sd_func(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     if (equals(value, "on")) {
@@ -108,20 +110,18 @@ HANDLER(cb_corvane_sd_func)
     }
 }
 
-HANDLER(cb_corvane_auxout)
+void cb_corvane_auxout(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (const char *word = word_equal_to(value, alarm_out_words, nullptr))
         nbus_set(kAlarmOut, word);
 }
 
-HANDLER(cb_corvane_smtp_mail)
+void cb_corvane_smtp_mail(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int mail = mail_number(name);
     if (mail == 0) {
         LOG("ERR, Name: %s, Mail no: %d!!\n", name, 0);
@@ -138,11 +138,10 @@ HANDLER(cb_corvane_smtp_mail)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_audinput)
+void cb_corvane_audinput(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char current[16];
     if (int error = read_node(kAudioInType, current)) {
         LOG("nbus_get %s, error : %d!!\n", kAudioInType, error);
@@ -154,65 +153,51 @@ HANDLER(cb_corvane_audinput)
     LOG("%s (%s) set %s done!!\n", name, kAudioInType, value);
 }
 
-HANDLER(cb_corvane_linein_volume)
+void cb_corvane_linein_volume(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *level = line_in_level(parse_decimal(value));
     nbus_set(kAudioInLevel, level);
     LOG("set %s = %s Done!!\n", kAudioInLevel, level);
 }
 
-HANDLER(cb_corvane_sd_codec)
+void cb_corvane_sd_codec(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *type = contains(value, "jpeg") ? "snapshot" : "video";
     nbus_set(kSdRecordType, type);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kSdRecordType, type);
 }
 
 // Accepted but not acted on yet: each only logs its own line.
-HANDLER(cb_corvane_af_dn)
+void cb_corvane_af_dn(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_af_dn (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_af_zoom)
+void cb_corvane_af_zoom(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_af_zoom (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_auxin)
+void cb_corvane_auxin(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_auxin (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_exp_ref_channel)
+void cb_corvane_exp_ref_channel(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_exp_ref_channel (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_illum)
+void cb_corvane_illum(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_illum (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_motion_compensation)
+void cb_corvane_motion_compensation(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_motion_compensation (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }

@@ -2,8 +2,9 @@
 // sensitivity go to whichever native grid is active (normal, 64 zones, or
 // extended, 1024 zones, with "_e" nodes); switching the zone count copies the
 // newly active grid back into the legacy nodes.
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "handlers/events/motion.h"
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -48,11 +49,10 @@ const Grid &active_grid(const char *extended)
 
 } // namespace
 
-HANDLER(cb_corvane_mdtotalzones)
+void cb_corvane_mdtotalzones(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);
@@ -79,11 +79,10 @@ HANDLER(cb_corvane_mdtotalzones)
     LOG("Set %s = %s done!!\n", node, current);
 }
 
-HANDLER(cb_corvane_motiondetect)
+void cb_corvane_motiondetect(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -106,11 +105,10 @@ HANDLER(cb_corvane_motiondetect)
     LOG("cb_corvane_motiondetect, %s, error value: %s!!\n", name, value);
 }
 
-HANDLER(cb_corvane_mdzonesize)
+void cb_corvane_mdzonesize(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);
@@ -126,11 +124,10 @@ HANDLER(cb_corvane_mdzonesize)
     LOG("cb_corvane_mdzonesize set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mdlevelthreshold)
+void cb_corvane_mdlevelthreshold(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -148,11 +145,10 @@ HANDLER(cb_corvane_mdlevelthreshold)
     LOG("Set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mddetail)
+void cb_corvane_mddetail(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     char node[128] = {};
@@ -170,11 +166,10 @@ HANDLER(cb_corvane_mddetail)
     LOG("cb_corvane_mddetail set: n=%s, v=%s\n", node, value);
 }
 
-HANDLER(cb_corvane_mdsensitivity)
+void cb_corvane_mdsensitivity(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (!contains(name, ".cam"))
         return;
     int camera = camera_digit(name);

@@ -1,8 +1,11 @@
 // Weekly schedules whose legacy names encode the weekday and the time field
 // ("corvane.auxin_d3ehr": Wednesday's end hour): alarm input, per-sensor
 // tamper detection, FTP upload and network-share recording.
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "handlers/events/schedules.h"
+
+#include <iterator>
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -47,11 +50,10 @@ const char *day_or_period(const char *name)
 
 } // namespace
 
-HANDLER(cb_corvane_auxin_schedule)
+void cb_corvane_auxin_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *day = word_containing(name, weekdays, nullptr);
     if (!day) {
         LOG("Info-no day, %s = %s\n", name, value);
@@ -71,11 +73,10 @@ HANDLER(cb_corvane_auxin_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_od_schedule)
+void cb_corvane_od_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int camera = camera_digit(name);
     const char *day = word_containing(name, weekdays, nullptr);
     if (!day) {
@@ -102,11 +103,10 @@ HANDLER(cb_corvane_od_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_ftp_schedule)
+void cb_corvane_ftp_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (const char *fixed = word_containing(name, ftp_fixed_nodes, nullptr)) {
         copy_into(native, fixed);
@@ -120,11 +120,10 @@ HANDLER(cb_corvane_ftp_schedule)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_nfs_schedule)
+void cb_corvane_nfs_schedule(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (contains(name, "_status")) {
         copy_into(native, kNfsMountStatus);

@@ -1,11 +1,13 @@
 // User accounts (twelve slots), the legacy viewer and administrator
 // passwords, and the display order of the sensors on the web page.
-#include "bindings/routines.h"
+#include "handlers/generic/accounts.h"
+
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
-#include "handlers/generic/simple_set.h"
+#include "handlers/generic/key_list.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -37,11 +39,10 @@ constexpr const char *kWebOrder = "slave.web_order";
 
 } // namespace
 
-HANDLER(cb_corvane_account_users)
+void cb_corvane_account_users(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     int slot = user_slot(name);
     if (slot == 0) {
@@ -60,7 +61,7 @@ HANDLER(cb_corvane_account_users)
 
 // Writes the legacy slot-1 nodes; the bus hands them back to
 // cb_corvane_account_users, which carries them to slot 1.
-HANDLER(cb_corvane_viewer)
+void cb_corvane_viewer(const char *name, const char *value)
 {
     if (!service.ready)
         return;
@@ -69,20 +70,15 @@ HANDLER(cb_corvane_viewer)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kViewerPassword, value);
 }
 
-HANDLER(cb_corvane_admin)
+void cb_corvane_admin(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     // unlike the viewer's, an unset administrator password becomes "0"
     nbus_set(kAdminPassword, equals(value, "empty") ? "0" : value);
 }
 
-HANDLER(cb_corvane_showorder)
+void cb_corvane_showorder(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kWebOrder, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kWebOrder, value);
+    copy_handler(__func__, name, value, kWebOrder);
 }

@@ -2,10 +2,10 @@
 // stream switches and DDNS, copied unchanged to their native nodes.
 #include "handlers/generic/simple_set.h"
 
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
+#include "handlers/generic/key_list.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -85,11 +85,10 @@ const SimpleSetEntry *choose_native(const char *name, std::span<const SimpleSetE
     return nullptr;
 }
 
-HANDLER(cb_corvane_simple_set)
+void cb_corvane_simple_set(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     int camera = camera_digit(name);
     if (!choose_native(name, simple_set_list, native, camera))

@@ -2,11 +2,13 @@
 // (set1), relay output and memory card (set2), card and FTP recording
 // (set3), e-mail (set4), network-share recording (set5), system and time
 // (set6). None takes a camera number.
-#include "bindings/routines.h"
+#include "handlers/generic/simple_set_variants.h"
+
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/text.h"
-#include "handlers/generic/simple_set.h"
+#include "handlers/generic/key_list.h"
 #include "platform/nbus.h"
 
 namespace {
@@ -249,28 +251,33 @@ constexpr SimpleSetEntry set6_list[] = {
 static_assert(std::size(set6_list) == 14);
 static_assert(simple_set_check::all_follow_rule(set6_list));
 
-} // namespace
-
-HANDLER(cb_corvane_simple_set1)
+// The whole of a member without a camera: the first key in the name picks
+// the native node, which takes the value unchanged.
+void copy_by_key(const char *handler, const char *name, const char *value, std::span<const SimpleSetEntry> list)
 {
-    if (!service.ready)
+    if (!handler_entered(handler, __LINE__, name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set1_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
+    if (!choose_native(name, list, native)) {
+        LOG_AS(handler, "Err: %s = %s!!\n", name, value);
         return;
     }
     nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    LOG_AS(handler, "Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set2)
+} // namespace
+
+void cb_corvane_simple_set1(const char *name, const char *value)
 {
-    if (!service.ready)
+    copy_by_key(__func__, name, value, set1_list);
+}
+
+void cb_corvane_simple_set2(const char *name, const char *value)
+{
+    if (!ENTERED(name, value))
         return;
     char held[32] = {}; // shown, still empty, in the do-nothing line
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeNameBytes] = {};
     const SimpleSetEntry *entry = choose_native(name, set2_list, native);
     if (!entry) {
@@ -289,58 +296,22 @@ HANDLER(cb_corvane_simple_set2)
     LOG("Set %s = %s done!!\n", native, value);
 }
 
-HANDLER(cb_corvane_simple_set3)
+void cb_corvane_simple_set3(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set3_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set3_list);
 }
 
-HANDLER(cb_corvane_simple_set4)
+void cb_corvane_simple_set4(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set4_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set4_list);
 }
 
-HANDLER(cb_corvane_simple_set5)
+void cb_corvane_simple_set5(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set5_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set5_list);
 }
 
-HANDLER(cb_corvane_simple_set6)
+void cb_corvane_simple_set6(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    char native[kNativeNameBytes] = {};
-    if (!choose_native(name, set6_list, native)) {
-        LOG("Err: %s = %s!!\n", name, value);
-        return;
-    }
-    nbus_set(native, value);
-    LOG("Set %s = %s done!!\n", native, value);
+    copy_by_key(__func__, name, value, set6_list);
 }

@@ -1,10 +1,12 @@
 // Picture adjustments (brightness, sharpness, saturation, contrast, hue,
 // white balance and its gains) and mirror, flip and rotation.
+#include "handlers/image/colour.h"
+
 #include <cmath>
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -97,24 +99,23 @@ Written copy_to_node(const char *name, const char *value, const char *camera_pat
 
 } // namespace
 
-HANDLER(cb_corvane_brightness)
+void cb_corvane_brightness(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = write_converted(name, "image.cam%d.brightness", "image.global.brightness",
                                       wrap_int32(int64_t{parse_decimal(value)} + 50));
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_sharpness_gate)
+void cb_corvane_sharpness_gate(const char *name, const char *value)
 {
     if (!service.ready)
         return;
     cb_corvane_sharpness(name, value);
 }
 
-HANDLER(cb_corvane_sharpness)
+void cb_corvane_sharpness(const char *name, const char *value)
 {
     LOG("Enter %s = %s!!\n", name, value);
     int32_t level = wrap_int32(int64_t{parse_decimal(value)} * 64 - 1);
@@ -122,35 +123,32 @@ HANDLER(cb_corvane_sharpness)
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_saturation)
+void cb_corvane_saturation(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = write_converted(name, "image.cam%d.saturation", "image.global.saturation",
                                       saturation_level(parse_decimal(value)));
     LOG("Set %s = %s done!!\n", written.node, written.text);
 }
 
-HANDLER(cb_corvane_contrast_hue)
+void cb_corvane_contrast_hue(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, contrast_hue_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
         return;
     }
     Written written = copy_to_node(name, value, row->camera, row->global);
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
-HANDLER(cb_corvane_white_balance)
+void cb_corvane_white_balance(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_containing(value, white_balance_words, "auto");
     char native[128];
     node_of(native, "image.cam%d.wb.mode", "image.global.wb.mode", sensor_of(name));
@@ -158,11 +156,10 @@ HANDLER(cb_corvane_white_balance)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, mode);
 }
 
-HANDLER(cb_corvane_blue_red)
+void cb_corvane_blue_red(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, gain_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
@@ -177,7 +174,7 @@ HANDLER(cb_corvane_blue_red)
 }
 
 // Bound without the ready gate (kept as the interface has it).
-HANDLER(cb_corvane_rotate)
+void cb_corvane_rotate(const char *name, const char *value)
 {
     LOG("Enter by %s = %s!!\n", name, value);
     int sensor = sensor_of(name);
@@ -195,42 +192,39 @@ HANDLER(cb_corvane_rotate)
     }
 }
 
-HANDLER(cb_corvane_img_mirror)
+void cb_corvane_img_mirror(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.mirror", "image.global.mirror");
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
-HANDLER(cb_corvane_img_flip)
+void cb_corvane_img_flip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     Written written = copy_to_node(name, value, "image.cam%d.flip", "image.global.flip");
-    LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, written.node, value);
 }
 
 // A sensor turns by mirror plus flip; the global node takes the value itself.
-HANDLER(cb_corvane_img_rotate)
+void cb_corvane_img_rotate(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     if (sensor_of(name) == 0) {
         Written written = copy_to_node(name, value, "", "image.global.rotate");
-        LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+        LOG("Set %s by %s = %s done!!\n", name, written.node, value);
         return;
     }
     for (const char *pattern : {"image.cam%d.mirror", "image.cam%d.flip"}) {
         Written written = copy_to_node(name, value, pattern, "");
-        LOG("Set %s by %s = %s done!!\n", written.node, name, value);
+        LOG("Set %s by %s = %s done!!\n", name, written.node, value);
     }
 }
 
-HANDLER(cb_corvane_equalcolor)
+void cb_corvane_equalcolor(const char *name, const char *value)
 {
     if (!service.ready)
         return;

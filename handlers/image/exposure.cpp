@@ -1,10 +1,12 @@
 // Exposure, gain, wide dynamic range, low light, day/night and mains
 // frequency: legacy values to the sensors' (or the global) exposure nodes.
+#include "handlers/image/exposure.h"
+
 #include <cstdint>
 #include <iterator>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -105,11 +107,10 @@ constexpr WordMapping defog_levels[] = {{"off", "0"}, {"low", "85"}, {"medium", 
 
 } // namespace
 
-HANDLER(cb_corvane_exposure_mode)
+void cb_corvane_exposure_mode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, exposure_mode_nodes);
     if (!row) {
         LOG("error parameters: N-%s, V-%s!!\n", name, value);
@@ -118,14 +119,13 @@ HANDLER(cb_corvane_exposure_mode)
     char native[128];
     node_of(native, row->camera, row->global, sensor_of(name));
     nbus_set(native, value);
-    LOG("Set %s by %s = %s done!!\n", native, name, value);
+    LOG("Set %s by %s = %s done!!\n", name, native, value);
 }
 
-HANDLER(cb_corvane_autoexp)
+void cb_corvane_autoexp(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     // camera 5 is the global node here (kept)
     int sensor = sensor_of(name, Five::global);
     const char *mode = word_equal_to(value, autoexp_words, nullptr);
@@ -139,11 +139,10 @@ HANDLER(cb_corvane_autoexp)
     LOG("Set %s (%s) done!!\n", native, mode);
 }
 
-HANDLER(cb_corvane_shortexposures)
+void cb_corvane_shortexposures(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char text[16];
     format_into(text, "%d", parse_decimal(value));
     char native[128];
@@ -153,11 +152,10 @@ HANDLER(cb_corvane_shortexposures)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, text);
 }
 
-HANDLER(cb_corvane_lowlight)
+void cb_corvane_lowlight(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_equal_to(value, lowlight_words, "balance");
     char native[128];
     node_of(native, "image.cam%d.exposure.lowlightmode", "image.global.exposure.lowlightmode", sensor_of(name));
@@ -165,11 +163,10 @@ HANDLER(cb_corvane_lowlight)
     LOG("Set %s = %s done\n", native, mode);
 }
 
-HANDLER(cb_corvane_wdr)
+void cb_corvane_wdr(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = contains(value, "off") ? "off" : "on";
     char native[128];
     int sensor = sensor_of(name);
@@ -184,11 +181,10 @@ HANDLER(cb_corvane_wdr)
     }
 }
 
-HANDLER(cb_corvane_analoggain)
+void cb_corvane_analoggain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char text[16];
     format_into(text, "%d", wrap_int32(int64_t{parse_decimal(value)} * 10));
     char native[128];
@@ -198,24 +194,22 @@ HANDLER(cb_corvane_analoggain)
     LOG(" %s = %s Done!!\n", native, text);
 }
 
-HANDLER(cb_corvane_daygain)
+void cb_corvane_daygain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char gain[16];
     expand_own_format(gain, value);
     char native[128];
     node_of(native, "image.cam%d.exposure.i2c_night2day", "image.global.exposure.i2c_night2day", sensor_of(name));
     nbus_set(native, gain);
-    LOG("Set %s by %s = %s done!!\n", native, name, gain);
+    LOG("Set %s by %s = %s done!!\n", name, native, gain);
 }
 
-HANDLER(cb_corvane_nightgain)
+void cb_corvane_nightgain(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char gain[16];
     expand_own_format(gain, value);
     char native[128];
@@ -224,11 +218,10 @@ HANDLER(cb_corvane_nightgain)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, gain);
 }
 
-HANDLER(cb_corvane_daynight)
+void cb_corvane_daynight(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *mode = word_containing(value, daynight_words, "auto");
     char native[128];
     node_of(native, "image.cam%d.exposure.day_night", "image.global.exposure.day_night", sensor_of(name));
@@ -236,11 +229,10 @@ HANDLER(cb_corvane_daynight)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, mode);
 }
 
-HANDLER(cb_corvane_dn_hrmin)
+void cb_corvane_dn_hrmin(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const KeyedNode *row = keyed_node(name, day_night_time_nodes);
     if (!row) {
         LOG("Cam0-Err: %s = %s!!\n", name, value);
@@ -253,11 +245,10 @@ HANDLER(cb_corvane_dn_hrmin)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_freq)
+void cb_corvane_freq(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set("system.frequency_value", value);
     const MainsFrequency *mains = &other_frequency;
     for (const MainsFrequency &row : mains_frequencies)
@@ -268,11 +259,10 @@ HANDLER(cb_corvane_freq)
     LOG(" %s = %s Done!!\n", "system.frequency_value", value);
 }
 
-HANDLER(cb_corvane_equalbright)
+void cb_corvane_equalbright(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set("image.global.sync_brightness", value);
     if (const char *mode = word_equal_to(value, equalbright_modes, nullptr)) {
         nbus_set("image.global.exposure.mode", mode);
@@ -286,11 +276,10 @@ HANDLER(cb_corvane_equalbright)
     LOG("Set %s(%s) = %s done!!\n", name, "image.global.sync_brightness", value);
 }
 
-HANDLER(cb_corvane_sync_awb_dn_ae)
+void cb_corvane_sync_awb_dn_ae(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = nullptr;
     for (const auto &row : sync_nodes)
         if (!native && contains(name, row[0]))
@@ -303,15 +292,14 @@ HANDLER(cb_corvane_sync_awb_dn_ae)
     LOG("Set %s = %s done!!\n", native, value);
     if (!equals(native, "image.global.sync_daynight") || parse_decimal(value) <= 0)
         return;
-    // the other sensors' legacy nodes take camera 1's; their handlers follow
+    // the other sensors' legacy nodes take camera 1's; their handlers follow.
+    // The read is not tested: a setting that cannot be read goes out as the
+    // cleared buffer, empty.
     for (const char *pattern : day_night_legacy_nodes) {
         char node[128];
         char setting[32];
         expand_pattern(node, pattern, 1);
-        if (int error = read_node(node, setting)) {
-            LOG("nbus_get %s, error : %d!!\n", node, error);
-            continue;
-        }
+        read_node(node, setting);
         for (int camera = 2; camera <= service.cam_count; ++camera) {
             expand_pattern(node, pattern, camera);
             nbus_set(node, setting);
@@ -319,11 +307,10 @@ HANDLER(cb_corvane_sync_awb_dn_ae)
     }
 }
 
-HANDLER(cb_corvane_defog)
+void cb_corvane_defog(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *level = word_equal_to(value, defog_levels, nullptr);
     if (!level) {
         LOG("error nbus value: N-%s, V-%s!!\n", name, value);

@@ -1,8 +1,10 @@
 // Privacy masks, the on-screen text overlay and the regions of interest.
+#include "handlers/image/masks.h"
+
 #include <iterator>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -79,11 +81,10 @@ bool in_region_range(int number) { return number >= 1 && number <= 5; }
 
 } // namespace
 
-HANDLER(cb_corvane_pmask_block)
+void cb_corvane_pmask_block(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const KeyedNode *row = keyed_node(name, mask_switch_nodes);
@@ -106,11 +107,10 @@ HANDLER(cb_corvane_pmask_block)
     }
 }
 
-HANDLER(cb_corvane_pmask_blrt)
+void cb_corvane_pmask_blrt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     const KeyedNode *row = keyed_node(name, mask_edge_nodes);
@@ -128,11 +128,10 @@ HANDLER(cb_corvane_pmask_blrt)
 }
 
 // The overlay is one setting for all sensors at once.
-HANDLER(cb_corvane_osd_all)
+void cb_corvane_osd_all(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     if (service.cam_count < 1)
@@ -149,11 +148,10 @@ HANDLER(cb_corvane_osd_all)
     }
 }
 
-HANDLER(cb_corvane_roi_lv_en)
+void cb_corvane_roi_lv_en(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[64];
     clear(native);
     RegionName region = region_name(name);

@@ -1,10 +1,12 @@
 // IPv4/IPv6 addresses, time server, service ports, and the network option
 // word "corvane.netopt" that folds the IPv4 mode, the date mode and the IPv6
 // switch into bits.
+#include "handlers/network/addressing.h"
+
 #include <cstdint>
 
-#include "bindings/routines.h"
 #include "frame/context.h"
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -47,109 +49,76 @@ constexpr OptionSwitch option_switches[] = {
     {"corvane.ipv6enabled", 512, "true", "false"},
 };
 
-// Outcome of bringing one bit of the option word in line with a switch.
-struct BitUpdate {
-    int error;      // read error of the option word, 0 when read
-    bool written;   // the word differed and was rewritten
-    char number[16];
-};
-
-BitUpdate align_option_bit(int32_t bit, bool wanted)
+// Brings one bit of the option word in line with a switch; a rewrite or a
+// failed read of the word is logged under `handler`'s name.
+void align_option_bit(const char *handler, const char *name, const char *value, int32_t bit, bool wanted)
 {
-    BitUpdate update{};
     char word[8];
-    update.error = read_node(kNetopt, word);
-    if (update.error)
-        return update;
+    if (int error = read_node(kNetopt, word)) {
+        LOG_AS(handler, "nbus_get %s, error : %d!!\n", kNetopt, error);
+        return;
+    }
     int32_t current = parse_decimal(word);
     if (((current & bit) != 0) == wanted)
-        return update;
-    int32_t next = wanted ? (current | bit) : (current & ~bit);
-    format_into(update.number, "%d", next);
-    nbus_set(kNetopt, update.number);
-    update.written = true;
-    return update;
+        return;
+    char number[16];
+    format_into(number, "%d", wanted ? (current | bit) : (current & ~bit));
+    nbus_set(kNetopt, number);
+    LOG_AS(handler, "Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, number);
 }
 
 } // namespace
 
-HANDLER(cb_corvane_ip)
+void cb_corvane_ip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpAddress, value);
     LOG("Set %s = %s !!\n", name, value);
 }
 
-HANDLER(cb_corvane_gateway)
+void cb_corvane_gateway(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kGateway, value);
     LOG("Set %s = %s!!\n", kGateway, value);
 }
 
-HANDLER(cb_corvane_subnetmask)
+void cb_corvane_subnetmask(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kMask, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kMask, value);
+    copy_handler(__func__, name, value, kMask);
 }
 
-HANDLER(cb_corvane_ipv6address)
+void cb_corvane_ipv6address(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kIpv6Address, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Address, value);
+    copy_handler(__func__, name, value, kIpv6Address);
 }
 
-HANDLER(cb_corvane_ipv6prefixlen)
+void cb_corvane_ipv6prefixlen(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kIpv6Prefix, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Prefix, value);
+    copy_handler(__func__, name, value, kIpv6Prefix);
 }
 
-HANDLER(cb_corvane_ntpserver_ip)
+void cb_corvane_ntpserver_ip(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kNtpServer, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNtpServer, value);
+    copy_handler(__func__, name, value, kNtpServer);
 }
 
-HANDLER(cb_corvane_liveipv4)
+void cb_corvane_liveipv4(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kLiveIpv4, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kLiveIpv4, value);
+    copy_handler(__func__, name, value, kLiveIpv4);
 }
 
-HANDLER(cb_corvane_rtspport)
+void cb_corvane_rtspport(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("Enter %s = %s!!\n", name, value);
-    nbus_set(kRtspPort, value);
-    LOG("Set %s(%s) by %s = %s done!!\n", name, value, kRtspPort, value);
+    copy_handler(__func__, name, value, kRtspPort);
 }
 
-HANDLER(cb_corvane_webserverport)
+void cb_corvane_webserverport(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, web_ports, nullptr);
     if (!native) {
         LOG("Err: %s = %s!!\n", name, value);
@@ -160,64 +129,46 @@ HANDLER(cb_corvane_webserverport)
 }
 
 // Bound to no node: stands ready, translates nothing yet.
-HANDLER(cb_corvane_eth_negotiation)
+void cb_corvane_eth_negotiation(const char *name, const char *value)
 {
-    if (!service.ready)
-        return;
-    LOG("cb_corvane_eth_negotiation (TBD), by %s = %s!!\n", name, value);
+    inactive_handler(__func__, name, value);
 }
 
-HANDLER(cb_corvane_ipv4mode)
+void cb_corvane_ipv4mode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kIpv4Mode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv4Mode, value);
-    BitUpdate update = align_option_bit(option_switches[0].bit, contains(value, "dhcp"));
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[0].bit, contains(value, "dhcp"));
 }
 
-HANDLER(cb_corvane_datemode)
+void cb_corvane_datemode(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     nbus_set(kDateMode, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kDateMode, value);
-    BitUpdate update = align_option_bit(option_switches[1].bit, contains(value, "ntp"));
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[1].bit, contains(value, "ntp"));
 }
 
-HANDLER(cb_corvane_ipv6enabled)
+void cb_corvane_ipv6enabled(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     bool enabled = contains(value, "true");
     const char *native_value = enabled ? "on" : "off";
     nbus_set(kIpv6Enable, native_value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kIpv6Enable, native_value);
-    BitUpdate update = align_option_bit(option_switches[2].bit, enabled);
-    if (update.error)
-        LOG("nbus_get %s, error : %d!!\n", kNetopt, update.error);
-    else if (update.written)
-        LOG("Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, update.number);
+    align_option_bit(__func__, name, value, option_switches[2].bit, enabled);
 }
 
 // Fans the bit set out to the three legacy switches; their handlers write the
 // native nodes and find their bit already in line, so the cascade ends there.
-HANDLER(cb_corvane_netopt)
+void cb_corvane_netopt(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     int32_t options = parse_decimal(value);
     for (const OptionSwitch &option : option_switches) {
         char current[8];

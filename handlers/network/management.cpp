@@ -1,7 +1,8 @@
 // The two SNMP agent switches, which keep the one trap sender's mode in line
 // with the pair, and the HTTPS certificate installation status words.
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "handlers/network/management.h"
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -55,11 +56,10 @@ constexpr WordMapping ssl_status_nodes[] = {
 
 } // namespace
 
-HANDLER(cb_corvane_en_snmpv2c)
+void cb_corvane_en_snmpv2c(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char other[32];
     if (int error = read_node(kV3Enable, other)) {
         LOG("nbus_get %s, error : %d!!\n", kV3Enable, error);
@@ -84,11 +84,10 @@ HANDLER(cb_corvane_en_snmpv2c)
     LOG("Set %s = %s done!!\n", kV2cEnable, value);
 }
 
-HANDLER(cb_corvane_en_snmpv3)
+void cb_corvane_en_snmpv3(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char other[32];
     if (int error = read_node(kV2cEnable, other)) {
         LOG("nbus_get %s, error : %d!!\n", kV2cEnable, error);
@@ -112,11 +111,10 @@ HANDLER(cb_corvane_en_snmpv3)
     LOG("Set %s = %s done!!\n", kV3Enable, value);
 }
 
-HANDLER(cb_corvane_ssl_install_status)
+void cb_corvane_ssl_install_status(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, ssl_status_nodes, nullptr);
     if (!native) {
         LOG("Err: %s = %s!!\n", name, value);

@@ -1,7 +1,10 @@
 // Multicast ports, addresses, URLs and time-to-live of the three streams of
 // each sensor, the multicast switches and the quality-of-service settings.
-#include "bindings/routines.h"
-#include "frame/context.h"
+#include "handlers/network/streaming.h"
+
+#include <iterator>
+
+#include "frame/handler.h"
 #include "frame/log.h"
 #include "frame/node.h"
 #include "frame/text.h"
@@ -84,11 +87,10 @@ const char *switch_word(const char *value)
 
 } // namespace
 
-HANDLER(cb_corvane_rtpport)
+void cb_corvane_rtpport(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     int sensor = sensor_of(name);
     if (sensor == 0) {
@@ -110,11 +112,10 @@ HANDLER(cb_corvane_rtpport)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_url_streamip)
+void cb_corvane_url_streamip(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     char native[kNativeBytes] = {};
     if (sensor_of(name) != 0) {
         // no row registers a sensor name here; such a name goes to stream 1
@@ -131,11 +132,10 @@ HANDLER(cb_corvane_url_streamip)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_en_multicast)
+void cb_corvane_en_multicast(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, multicast_switches, nullptr);
     if (!native) {
         LOG("ERR(cam%d), %s = %s!!\n", sensor_of(name), name, value);
@@ -146,11 +146,10 @@ HANDLER(cb_corvane_en_multicast)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, word);
 }
 
-HANDLER(cb_corvane_qos_default_video)
+void cb_corvane_qos_default_video(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *native = word_containing(name, qos_nodes, nullptr);
     if (!native) {
         LOG("ERR corvane node: %s, value: %s", name, value);
@@ -160,11 +159,10 @@ HANDLER(cb_corvane_qos_default_video)
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
 
-HANDLER(cb_corvane_qos_enable)
+void cb_corvane_qos_enable(const char *name, const char *value)
 {
-    if (!service.ready)
+    if (!ENTERED(name, value))
         return;
-    LOG("Enter %s = %s!!\n", name, value);
     const char *word = switch_word(value);
     nbus_set(kQosEnable, word);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, kQosEnable, word);

@@ -3,22 +3,23 @@
 
 #include <string>
 
-#include "bindings/routines.h"
+#include "frame/routine.h"
 
-enum class RoutineKind { handler, converter, plain, two_numbers, one_number, max_fps, range, sync };
+// The shape of a routine decides how `call` reads its arguments.
+enum class RoutineKind { handler, converter, plain, one_number, two_numbers, max_fps, text_query, sync };
 
 struct Routine {
     const char *name;
     RoutineKind kind;
     union {
-        Handler handler;
-        Converter converter;
-        void (*plain)();
-        void (*two_numbers)(int, int);
-        void (*one_number)(int);
-        int (*max_fps)(int *, int, int);
-        int (*range)(const char *);
-        void (*sync)(char *, char *, int);
+        handler_routine *handler;
+        converter_routine *converter;
+        plain_routine *plain;
+        one_number_routine *one_number;
+        two_numbers_routine *two_numbers;
+        max_fps_routine *max_fps;
+        text_query_routine *text_query;
+        sync_routine *sync;
     };
     const void *address() const;
 };

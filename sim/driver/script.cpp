@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
-#include "lens/lens_profile.h"
+#include "lens/lens_state.h"
 #include "sim/driver/head.h"
 #include "sim/driver/routines.h"
 #include "sim/platform/head.h"
@@ -65,10 +65,10 @@ struct ContextField {
 int32_t *context_word(const std::string &name)
 {
     static const ContextField fields[] = {
-        {"cam_count", &service.cam_count},   {"mcu_tick", &service.mcu_tick},
-        {"lens_index", &service.lens_index}, {"lens_step2", &service.lens_step2},
-        {"mcu_version", &service.mcu_version}, {"tick", &service.tick},
-        {"pending_preset", reinterpret_cast<int32_t *>(&service.pending_preset)},
+        {"cam_count", &service.cam_count},   {"mcu_tick", &lens.mcu_tick},
+        {"lens_index", &lens.lens_index},    {"lens_step2", &lens.lens_step2},
+        {"mcu_version", &lens.mcu_version},  {"tick", &service.tick},
+        {"pending_preset", reinterpret_cast<int32_t *>(&lens.pending_preset)},
     };
     for (const ContextField &field : fields)
         if (name == field.name)
@@ -85,7 +85,7 @@ int32_t *context_word(const std::string &name)
     if (name.rfind("af_enable.", 0) == 0) {
         int camera = atoi(name.c_str() + 10);
         if (camera >= 1 && camera <= 4)
-            return &af_enable[camera - 1];
+            return &lens.af_enable[camera - 1];
     }
     return nullptr;
 }
@@ -100,7 +100,7 @@ std::string context_text(const std::string &name, bool *known)
     if (name == "model_id")
         return service.model_id;
     if (name == "home_routine")
-        return service.home_routine ? name_of_routine(reinterpret_cast<const void *>(service.home_routine)) : "none";
+        return lens.home_routine ? name_of_routine(reinterpret_cast<const void *>(lens.home_routine)) : "none";
     if (int32_t *word = context_word(name))
         return std::to_string(*word);
     *known = false;
@@ -111,6 +111,7 @@ std::string context_text(const std::string &name, bool *known)
 
 const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"set", &ScriptRunner::client_set, "set NAME [VALUE]          a client writes a node"},
+    {"set-writes", &ScriptRunner::set_writes, "set-writes NAME VALUE NATIVE NATIVE-VALUE   set, then expect-write"},
     {"device-set", &ScriptRunner::device_set, "device-set NAME [VALUE]   the device changes a node, no notification"},
     {"remove", &ScriptRunner::remove, "remove NAME               the node disappears"},
     {"fault", &ScriptRunner::fault, "fault NAME CODE           reads of NAME fail with CODE (0 clears)"},
@@ -189,10 +190,23 @@ void ScriptRunner::end_action()
 void ScriptRunner::client_set(Arguments &arguments)
 {
     std::string name = arguments.word();
-    std::string value = arguments.rest();
+    client_write(name, arguments.rest());
+}
+
+void ScriptRunner::client_write(const std::string &name, const std::string &value)
+{
     begin_action();
     sim::client_write(name, value);
     end_action();
+}
+
+// One line of a mapping table: "set NAME VALUE" and "expect-write NATIVE
+// NATIVE-VALUE" (VALUE a word or a quoted text).
+void ScriptRunner::set_writes(Arguments &arguments)
+{
+    std::string name = arguments.word();
+    client_write(name, arguments.word());
+    expect_write(arguments);
 }
 
 void ScriptRunner::device_set(Arguments &arguments)
@@ -264,9 +278,9 @@ void ScriptRunner::call(Arguments &arguments)
         };
         break;
     }
-    case RoutineKind::range: {
+    case RoutineKind::text_query: {
         std::string text = arguments.rest();
-        work = [this, routine, text] { last_result_ = routine->range(text.c_str()); };
+        work = [this, routine, text] { last_result_ = routine->text_query(text.c_str()); };
         break;
     }
     case RoutineKind::sync:

@@ -36,6 +36,8 @@ private:
     void fail(const std::string &what);
 
     void client_set(Arguments &);
+    void set_writes(Arguments &);
+    void client_write(const std::string &name, const std::string &value);
     void device_set(Arguments &);
     void remove(Arguments &);
     void fault(Arguments &);

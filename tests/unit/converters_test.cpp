@@ -1,16 +1,18 @@
 // Converters read their native node and write the legacy node themselves.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "bindings/routines.h"
+#include "bindings/routine_list.h"
 #include "test_support.h"
 
 namespace {
 
 struct ConversionCase {
-    Converter converter;
+    converter_routine *converter;
     const char *native_value;
     const char *legacy_value;
 };
@@ -112,7 +114,7 @@ TEST_F(SimBusTest, OutOfRangeDefogIsLogged)
 
 TEST_F(SimBusTest, FailedReadsWriteNothingExceptTheCopyConverter)
 {
-    for (Converter converter : {n2a_brightness_converter, n2a_defog_converter, n2a_imgquality_converter,
+    for (converter_routine *converter : {n2a_brightness_converter, n2a_defog_converter, n2a_imgquality_converter,
                                 n2a_netopt_converter, n2a_rotate_converter, n2a_bitrate_converter}) {
         sim::reset();
         converter("corvane.cam1.x", "image.cam1.x");
@@ -246,5 +248,47 @@ TEST_F(SimBusTest, ImageResolutionIsFullOnlyAtTheSensorsLargestSize)
         sim::device_write("corvane.cam2.resolution3", c.resolution);
         n2a_imgres_converter("corvane.cam2.imgres", "encode.cam2.stream3.resolution");
         EXPECT_EQ(value_of("corvane.cam2.imgres"), c.word) << c.resolution;
+    }
+}
+
+// A line a shared helper prints carries the name of the routine it serves.
+TEST_F(SimBusTest, FailureLinesCarryTheRoutinesOwnName)
+{
+    auto sync = [] {
+        char name[128], value[128];
+        cb_corvane_nodes_sync(name, value, 128);
+    };
+    struct Case {
+        const char *fault;
+        std::function<void()> run;
+        const char *routine;
+        const char *line;
+    } cases[] = {
+        {"system.datetime.mode", [] { n2a_netopt_converter("corvane.netopt", "network.ipv4.mode"); },
+         "n2a_netopt_converter", "n2a_brightness_converter, nbus_get network.ipv4.mode, error : -3!!\n"},
+        {"event.cam2.motion.block_detection.extended",
+         [] { n2a_mdzonesize_converter("corvane.cam2.mdzonesize", "event.cam2.motion.block_detection.zone_size"); },
+         "n2a_mdzonesize_converter", "nbus_get event.cam2.motion.block_detection.extended, error : -3!!\n"},
+        {"event.cam2.motion.block_detection.sensitivity",
+         [] { n2a_mdsensitivity_converter("corvane.cam2.mdsensitivity", "event.cam2.motion.block_detection.sensitivity"); },
+         "n2a_mdsensitivity_converter", "nbus_get event.cam2.motion.block_detection.sensitivity, error : -3!!\n"},
+        {"corvane.ptzstatus", sync, "cb_corvane_nodes_sync", "Command - corvane.ptzstatus not supported\r\n"},
+        {"system.info.mac_addr", sync, "cb_corvane_nodes_sync", "Command - system.info.mac_addr not supported\r\n"},
+    };
+    for (const Case &c : cases) {
+        sim::reset();
+        service.cam_count = 0;
+        sim::device_write("network.ipv4.mode", "dhcp");
+        sim::device_write("event.cam2.motion.block_detection.extended", "0");
+        sim::set_read_fault(c.fault, -3);
+        sim::take_record();
+        c.run();
+        std::string log = sim::take_record().log;
+        size_t at = log.find(c.line);
+        ASSERT_NE(at, std::string::npos) << c.routine << ": " << log;
+        size_t line_start = log.rfind('\n', at);
+        line_start = line_start == std::string::npos ? 0 : line_start + 1;
+        EXPECT_EQ(log.compare(line_start, strlen(c.routine) + 3, std::string("[") + c.routine + "]-"), 0)
+            << log.substr(line_start, at - line_start);
     }
 }

@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <string>
 
-#include "bindings/routines.h"
+#include "bindings/routine_list.h"
 #include "frame/context.h"
+#include "lens/lens_state.h"
 #include "platform/mcu.h"
 #include "sim/driver/head.h"
 #include "sim/platform/head.h"
@@ -183,7 +184,7 @@ TEST_F(HeadTest, HomeLoopFindsTheStopFromHalfWayRound)
 {
     service.ready = 1;
     sim::set_param("mcu.pan_start", "9000,11000,13000,15000");
-    for (int32_t &word : service.cam_motor)
+    for (int32_t &word : lens.cam_motor)
         word = 1234;
     ptztohome();
     sim::HeadState state = sim::head_state();
@@ -192,7 +193,7 @@ TEST_F(HeadTest, HomeLoopFindsTheStopFromHalfWayRound)
     EXPECT_EQ(state.motors[sim::kHeadPan][2].position, 1000);
     EXPECT_EQ(state.motors[sim::kHeadPan][3].position, 2000);
     EXPECT_EQ(state.motors[sim::kHeadPan][0].position, 3000);
-    for (int32_t word : service.cam_motor)
+    for (int32_t word : lens.cam_motor)
         EXPECT_EQ(word, 0);
 }
 

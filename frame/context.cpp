@@ -1,0 +1,3 @@
+#include "frame/context.h"
+
+ServiceContext service;

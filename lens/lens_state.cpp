@@ -1,0 +1,3 @@
+#include "lens/lens_state.h"
+
+LensState lens;
