@@ -12,9 +12,11 @@ CORVANED_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude /build
 CORVANED_LICENSE = BSD-2-Clause
 CORVANED_LICENSE_FILES = LICENSE
 
-# The init files come from this package; the man pages stay off the target.
+# The init files come from this package; the man pages and the host
+# tools' bus on Redis stay off the target.
 CORVANED_CONF_OPTS = \
 	-DCORVANE_TESTS=OFF \
+	-DCORVANE_REDIS_BUS=OFF \
 	-DCORVANE_INIT_FILES=OFF \
 	-DCORVANE_MAN_PAGES=OFF \
 	-DCORVANE_NO_CXX_RUNTIME=ON

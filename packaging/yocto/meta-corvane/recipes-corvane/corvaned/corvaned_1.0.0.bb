@@ -13,9 +13,10 @@ EXTERNALSRC_BUILD ?= "${WORKDIR}/build"
 
 inherit cmake systemd update-rc.d
 
-# The init files are installed below; the man pages stay off the target.
+# The init files are installed below; the man pages and the host tools'
+# bus on Redis stay off the target.
 EXTRA_OECMAKE = "-DCORVANE_TESTS=OFF -DCORVANE_INIT_FILES=OFF -DCORVANE_MAN_PAGES=OFF \
-                 -DCORVANE_NO_CXX_RUNTIME=ON"
+                 -DCORVANE_NO_CXX_RUNTIME=ON -DCORVANE_REDIS_BUS=OFF"
 
 # vendor-libs: link the camera's own bus, model-feature, video and
 # motor-controller libraries instead of the simulated camera.
