@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm install packages clean
+.PHONY: all demo test deps host asan arm install packages bench clean
 
 all: host
 
@@ -38,6 +38,10 @@ install:
 # Debian packages for this machine and armhf, in build/debian-packages.
 packages:
 	scripts/debian-packages.sh $(CURDIR) $(CURDIR)/build/debian-packages armhf
+
+# Release build, measurements, docs/PERFORMANCE.md (bench/run.sh).
+bench: deps
+	bench/run.sh
 
 clean:
 	rm -rf build

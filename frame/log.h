@@ -1,8 +1,12 @@
-// Every diagnostic line is two writes to standard output: the prefix
-// "[function]-line: " and then the message.
+// Every diagnostic line is two output calls on standard output: the prefix
+// "[function]-line: " and then the message. Standard output is line-buffered
+// (log_open), so a whole line still reaches the output in one write.
 #ifndef FRAME_LOG_H
 #define FRAME_LOG_H
 
+// Makes standard output line-buffered in a static buffer; called before the
+// first line is printed.
+void log_open();
 void log_prefix(const char *function, int line);
 void log_message(const char *format, ...) __attribute__((format(printf, 1, 2)));
 

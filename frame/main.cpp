@@ -25,22 +25,14 @@ constexpr useconds_t kTickMicroseconds = 100000;
 // Writes "signal N caught, exiting ...\n" with write(2) only.
 void write_signal_line(int signal_number)
 {
-    char line[48] = "signal ";
-    size_t length = strlen(line);
-    char digits[12];
-    size_t count = 0;
-    unsigned value = signal_number < 0 ? 0u - static_cast<unsigned>(signal_number) : static_cast<unsigned>(signal_number);
-    do {
-        digits[count++] = static_cast<char>('0' + value % 10);
-        value /= 10;
-    } while (value != 0 && count < sizeof(digits));
-    if (signal_number < 0)
-        line[length++] = '-';
-    while (count > 0)
-        line[length++] = digits[--count];
+    static const char head[] = "signal ";
     static const char tail[] = " caught, exiting ...\n";
-    memcpy(line + length, tail, sizeof(tail) - 1);
-    length += sizeof(tail) - 1;
+    char line[sizeof head + 11 + sizeof tail];
+    size_t length = sizeof head - 1;
+    memcpy(line, head, length);
+    length += put_decimal(line + length, signal_number);
+    memcpy(line + length, tail, sizeof tail - 1);
+    length += sizeof tail - 1;
     ssize_t ignored = write(STDERR_FILENO, line, length);
     (void)ignored;
 }
@@ -57,6 +49,8 @@ namespace corvaned {
 
 int main()
 {
+    log_open();
+
     signal(SIGINT, signal_handler);
     signal(SIGTERM, signal_handler);
     signal(SIGQUIT, signal_handler);

@@ -12,6 +12,23 @@ int digit_after(const char *text, const char *marker)
     return static_cast<unsigned char>(found[strlen(marker)]) - '0';
 }
 
+size_t put_decimal(char *out, int number)
+{
+    char digits[10];
+    size_t count = 0;
+    unsigned value = number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+    do {
+        digits[count++] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    size_t length = 0;
+    if (number < 0)
+        out[length++] = '-';
+    while (count > 0)
+        out[length++] = digits[--count];
+    return length;
+}
+
 int32_t parse_decimal(const char *text)
 {
     long value = strtol(text, nullptr, 10);
@@ -31,15 +48,26 @@ int format_into_buffer(char *buffer, size_t size, const char *format, ...)
     return length;
 }
 
+// By hand rather than with snprintf: registration and the start-up
+// synchronisation expand a name for every row and sensor.
 void expand_pattern(char *buffer, size_t size, const char *pattern, int number)
 {
     if (size == 0)
         return;
     const char *placeholder = strstr(pattern, "%d");
+    char digits[12];
+    size_t digit_count = placeholder ? put_decimal(digits, number) : 0;
+    size_t length = 0;
+    auto append = [&](const char *text, size_t count) {
+        for (size_t i = 0; i < count && length + 1 < size; ++i)
+            buffer[length++] = text[i];
+    };
     if (!placeholder) {
-        snprintf(buffer, size, "%s", pattern);
-        return;
+        append(pattern, strlen(pattern));
+    } else {
+        append(pattern, static_cast<size_t>(placeholder - pattern));
+        append(digits, digit_count);
+        append(placeholder + 2, strlen(placeholder + 2));
     }
-    int head = static_cast<int>(placeholder - pattern);
-    snprintf(buffer, size, "%.*s%d%s", head, pattern, number, placeholder + 2);
+    buffer[length] = '\0';
 }

@@ -23,6 +23,11 @@ inline bool equals(const char *a, const char *b) { return strcmp(a, b) == 0; }
 // out-of-range values saturate at the 32-bit limits.
 int32_t parse_decimal(const char *text);
 
+// Writes `number` in decimal ("-" first when negative) to `out`, without a
+// terminator, and returns the count of characters (at most 11). Safe in a
+// signal handler.
+size_t put_decimal(char *out, int number);
+
 // snprintf into a fixed buffer: never writes past it, always terminates.
 int format_into_buffer(char *buffer, size_t size, const char *format, ...)
     __attribute__((format(printf, 3, 4)));

@@ -9,6 +9,8 @@ packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
   crossbuild-essential-armhf"
+# make bench
+packages="$packages valgrind libbenchmark-dev"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"

@@ -25,7 +25,10 @@ constexpr int kMissingNode = -1;
 constexpr int kBadArguments = -2;
 
 std::mutex bus_mutex;
-std::condition_variable bus_changed;
+// Two conditions, so that a write queued from inside a handler wakes only the
+// bus thread, and a writer waiting for the bus wakes only once it is idle.
+std::condition_variable work_queued;  // the bus thread waits on it
+std::condition_variable bus_idle;     // writers outside the bus thread wait on it
 std::map<std::string, std::string> store;
 std::map<std::string, std::vector<nbus_callback>> listeners;
 std::map<std::string, int> read_faults;
@@ -37,12 +40,19 @@ bool bus_released = false;
 long registrations = 0;
 std::thread bus_thread;
 std::thread::id bus_thread_id;
+std::vector<BusCall> *recorded_calls = nullptr;
+
+void record_locked(BusCall::Kind kind, const char *name, const char *value, int size)
+{
+    if (recorded_calls)
+        recorded_calls->push_back({kind, name, value, size});
+}
 
 void bus_loop()
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     for (;;) {
-        bus_changed.wait(lock, [] { return !queue.empty() || stopping; });
+        work_queued.wait(lock, [] { return !queue.empty() || stopping; });
         if (queue.empty() && stopping)
             return;
         std::function<void()> work = std::move(queue.front());
@@ -52,7 +62,8 @@ void bus_loop()
         work();
         lock.lock();
         delivering = false;
-        bus_changed.notify_all();
+        if (queue.empty())
+            bus_idle.notify_all();
     }
 }
 
@@ -65,7 +76,7 @@ void wait_idle_locked(std::unique_lock<std::mutex> &lock)
 {
     if (on_bus_thread() || !bus_thread.joinable())
         return;
-    bus_changed.wait(lock, [] { return queue.empty() && !delivering; });
+    bus_idle.wait(lock, [] { return queue.empty() && !delivering; });
 }
 
 // Stores the value and queues one delivery per registration.
@@ -79,7 +90,7 @@ void store_and_notify_locked(const std::string &name, const std::string &value)
         return;
     for (nbus_callback callback : found->second)
         queue.push_back([callback, name, value] { callback(name.c_str(), value.c_str()); });
-    bus_changed.notify_all();
+    work_queued.notify_one();
 }
 
 // Without a running bus thread (unit tests), deliveries run on the caller.
@@ -98,9 +109,11 @@ void drain_inline(std::unique_lock<std::mutex> &lock)
     }
 }
 
-void write_and_wait(const std::string &name, const std::string &value)
+void write_and_wait(const std::string &name, const std::string &value, bool by_daemon = false)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
+    if (by_daemon)
+        record_locked(BusCall::set, name.c_str(), value.c_str(), 0);
     store_and_notify_locked(name, value);
     drain_inline(lock);
     wait_idle_locked(lock);
@@ -132,7 +145,7 @@ void stop()
         if (!bus_thread.joinable())
             return;
         stopping = true;
-        bus_changed.notify_all();
+        work_queued.notify_one();
     }
     bus_thread.join();
     std::lock_guard<std::mutex> lock(bus_mutex);
@@ -153,7 +166,8 @@ void reset_bus()
 
 void client_write(const std::string &name, const std::string &value)
 {
-    trace("client " + escape_name(name) + " " + escape(value));
+    if (recording())
+        trace("client " + escape_name(name) + " " + escape(value));
     write_and_wait(name, value);
 }
 
@@ -200,7 +214,7 @@ void run_on_bus(const std::function<void()> &work)
 {
     std::unique_lock<std::mutex> lock(bus_mutex);
     queue.push_back(work);
-    bus_changed.notify_all();
+    work_queued.notify_one();
     drain_inline(lock);
     wait_idle_locked(lock);
 }
@@ -230,6 +244,12 @@ bool released()
     return bus_released;
 }
 
+void record_bus_calls(std::vector<BusCall> *calls)
+{
+    std::lock_guard<std::mutex> lock(bus_mutex);
+    recorded_calls = calls;
+}
+
 } // namespace sim
 
 using namespace sim;
@@ -254,6 +274,7 @@ extern "C" int nbus_get(const char *name, char *buf, int size)
     if (!name || !buf || size <= 0)
         return kBadArguments;
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::get, name, "", size);
     auto fault = read_faults.find(name);
     if (fault != read_faults.end())
         return fault->second;
@@ -269,7 +290,7 @@ extern "C" int nbus_set(const char *name, const char *value)
     if (!name || !value)
         return kBadArguments;
     note_daemon_write(name, value);
-    write_and_wait(name, value);
+    write_and_wait(name, value, true);
     return 0;
 }
 
@@ -277,8 +298,10 @@ extern "C" int nbus_listen(const char *name, nbus_callback callback)
 {
     if (!name || !callback)
         return kBadArguments;
-    trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
+    if (recording())
+        trace("listen " + escape_name(name) + " " + routine_name(reinterpret_cast<const void *>(callback)));
     std::lock_guard<std::mutex> lock(bus_mutex);
+    record_locked(BusCall::listen, name, "", 0);
     listeners[name].push_back(callback);
     ++registrations;
     return 0;

@@ -11,6 +11,8 @@ void ensure_configured();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
 bool on_main_thread();
+// Writes and registrations are recorded and traced (see set_recording).
+bool recording();
 void note_main_loop_sleep();
 // Escaped trace form of a node name (spaces escaped too).
 std::string escape_name(const std::string &name);

@@ -63,7 +63,8 @@ std::string routine_name(const void *routine);
 std::string escape(const std::string &text);
 
 // ---- time and lifecycle ----
-// Real time is divided by this (1: real time).
+// Real time is divided by this: 1 (real time) unless set; corvane-sim sets
+// 100 without --realtime, the unit tests 100.
 void set_time_divisor(long divisor);
 long time_divisor();
 // Start-up is finished once the main loop sleeps for the first time or the
@@ -77,6 +78,25 @@ long main_loop_sleeps();
 // two ticks. Switching it on waits until the loop is parked.
 void set_lockstep(bool on);
 void wait_main_loop_sleeps(long count);
+
+// ---- measuring (corvane-bench) ----
+// One bus call of the daemon, as it made it.
+struct BusCall {
+    enum Kind { get, set, listen } kind;
+    std::string name;
+    std::string value;  // set: the value written
+    int size = 0;       // get: the buffer size
+};
+// Appends every nbus_get, nbus_set and nbus_listen of the daemon to `calls`
+// from now on; null stops.
+void record_bus_calls(std::vector<BusCall> *calls);
+// While off, client and daemon writes and registrations leave no record and
+// no trace line: the bus without the simulator's own bookkeeping. On unless
+// switched off.
+void set_recording(bool on);
+// Runs `callback` once on the main thread when start-up has finished, just
+// before the main loop's first sleep.
+void on_started(std::function<void()> callback);
 
 } // namespace sim
 

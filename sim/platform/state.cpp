@@ -1,4 +1,6 @@
 // Device parameters, the trace, the per-step record, time and lifecycle.
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <csignal>
@@ -31,13 +33,24 @@ size_t poll_record_index = SIZE_MAX;  // the run's line in `current`, if it is t
 long record_repeats = 0;              // the run's length within `current`
 std::function<std::string(const void *)> namer;
 
-long divisor = 100;
+long divisor = 1;  // real time unless corvane-sim or a test asks for faster
 bool started = false;
 bool daemon_finished = false;
 long sleeps = 0;
 bool lockstep = false;
 long granted = 0;
 std::thread::id main_thread;
+std::function<void()> started_callback;
+std::atomic<bool> record_writes{true};
+std::atomic<bool> trace_open{false};
+bool signal_params = false;  // some "signal.NODE" parameter is set
+
+void store_param_locked(const std::string &name, const std::string &value)
+{
+    params[name] = value;
+    if (name.rfind("signal.", 0) == 0)
+        signal_params = true;
+}
 
 void flush_poll_locked()
 {
@@ -60,9 +73,21 @@ std::string trim(const std::string &text)
 
 } // namespace
 
+namespace {
+
+bool plain_character(unsigned char c)
+{
+    return c >= 0x20 && c < 0x7f && c != '\\';
+}
+
+} // namespace
+
 std::string escape(const std::string &text)
 {
+    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
+        return text;
     std::string out;
+    out.reserve(text.size());
     for (unsigned char c : text) {
         switch (c) {
         case '\\': out += "\\\\"; break;
@@ -84,10 +109,19 @@ std::string escape(const std::string &text)
 
 std::string escape_name(const std::string &name)
 {
+    if (name.empty())
+        return "\"\"";
+    std::string escaped = escape(name);
+    if (escaped.find(' ') == std::string::npos)
+        return escaped;
     std::string out;
-    for (char c : escape(name))
-        out += c == ' ' ? std::string("\\x20") : std::string(1, c);
-    return name.empty() ? std::string("\"\"") : out;
+    for (char c : escaped) {
+        if (c == ' ')
+            out += "\\x20";
+        else
+            out += c;
+    }
+    return out;
 }
 
 // Device file: "name=value" nodes, "@param=value" platform parameters,
@@ -107,7 +141,7 @@ bool load_device(const std::string &path, std::string *error)
     {
         std::lock_guard<std::mutex> lock(state_mutex);
         for (auto &[name, value] : parameters)
-            params[name] = value;
+            store_param_locked(name, value);
         configured = true;
     }
     for (auto &[name, value] : nodes)
@@ -155,7 +189,7 @@ long param_number(const std::string &name, long otherwise)
 void set_param(const std::string &name, const std::string &value)
 {
     std::lock_guard<std::mutex> lock(state_mutex);
-    params[name] = value;
+    store_param_locked(name, value);
     configured = true;
 }
 
@@ -167,6 +201,7 @@ void reset()
     reset_head();
     std::lock_guard<std::mutex> lock(state_mutex);
     params.clear();
+    signal_params = false;
     current = Record();
     poll_record_index = SIZE_MAX;
     configured = true;
@@ -210,12 +245,15 @@ void trace(const std::string &line, bool poll)
 
 void note_daemon_write(const std::string &name, const std::string &value)
 {
-    trace("set " + escape_name(name) + " " + escape(value));
+    bool record = recording();
+    if (record)
+        trace("set " + escape_name(name) + " " + escape(value));
     int signal_number = 0;
     {
         std::lock_guard<std::mutex> lock(state_mutex);
-        current.writes.emplace_back(name, value);
-        auto found = params.find("signal." + name);
+        if (record)
+            current.writes.emplace_back(name, value);
+        auto found = signal_params ? params.find("signal." + name) : params.end();
         if (found != params.end()) {
             signal_number = static_cast<int>(strtol(found->second.c_str(), nullptr, 0));
             params.erase(found);  // once
@@ -231,6 +269,17 @@ void open_trace(const std::string &path)
     trace_file = fopen(path.c_str(), "w");
     if (trace_file)
         setvbuf(trace_file, nullptr, _IOLBF, 0);
+    trace_open = trace_file != nullptr;
+}
+
+void set_recording(bool on)
+{
+    record_writes = on;
+}
+
+bool recording()
+{
+    return record_writes || trace_open;
 }
 
 void set_routine_namer(std::function<std::string(const void *)> routine_namer)
@@ -314,8 +363,22 @@ bool on_main_thread()
     return std::this_thread::get_id() == main_thread;
 }
 
+void on_started(std::function<void()> callback)
+{
+    std::lock_guard<std::mutex> lock(state_mutex);
+    started_callback = std::move(callback);
+}
+
 void note_main_loop_sleep()
 {
+    std::function<void()> first;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex);
+        if (!started)
+            first = std::move(started_callback);
+    }
+    if (first)
+        first();
     std::unique_lock<std::mutex> lock(state_mutex);
     started = true;
     ++sleeps;

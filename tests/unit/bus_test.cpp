@@ -124,3 +124,46 @@ TEST_F(BusThreadTest, RangesComeFromTheDeviceParameters)
     EXPECT_STREQ(buffer, "type:int;cont[64~16384]");
     EXPECT_NE(nbus_get_range("test.other", buffer, sizeof buffer), 0);
 }
+
+TEST_F(BusThreadTest, WithoutRecordingWritesStillDeliverButLeaveNoRecord)
+{
+    nbus_listen("test.a", cascading_listener);
+    sim::take_record();
+    sim::set_recording(false);
+    sim::client_write("test.a", "1");
+    sim::Record quiet = sim::take_record();
+    sim::set_recording(true);
+    sim::client_write("test.a", "2");
+    sim::Record recorded = sim::take_record();
+
+    EXPECT_TRUE(quiet.writes.empty());
+    EXPECT_TRUE(quiet.trace.empty());
+    EXPECT_EQ(sim::node("test.b"), "from-handler");
+    EXPECT_EQ(seen.size(), 4u);  // both writes delivered
+    std::vector<std::pair<std::string, std::string>> writes = {{"test.b", "from-handler"},
+                                                               {"test.c", "from-handler"}};
+    EXPECT_EQ(recorded.writes, writes);
+    EXPECT_EQ(recorded.trace.front(), "client test.a 2");
+}
+
+TEST_F(BusThreadTest, RecordedCallsAreTheDaemonsGetsSetsAndRegistrationsInOrder)
+{
+    std::vector<sim::BusCall> calls;
+    sim::record_bus_calls(&calls);
+    nbus_listen("test.a", first_listener);
+    char value[16];
+    nbus_get("test.missing", value, sizeof value);
+    nbus_set("test.a", "x y");
+    sim::client_write("test.a", "client");  // not the daemon's
+    sim::record_bus_calls(nullptr);
+    nbus_set("test.a", "after");
+
+    ASSERT_EQ(calls.size(), 3u);
+    EXPECT_EQ(calls[0].kind, sim::BusCall::listen);
+    EXPECT_EQ(calls[0].name, "test.a");
+    EXPECT_EQ(calls[1].kind, sim::BusCall::get);
+    EXPECT_EQ(calls[1].name, "test.missing");
+    EXPECT_EQ(calls[1].size, 16);
+    EXPECT_EQ(calls[2].kind, sim::BusCall::set);
+    EXPECT_EQ(calls[2].value, "x y");
+}

@@ -18,12 +18,14 @@ protected:
         }();
         (void)captured;
         sim::reset();
+        sim::set_time_divisor(100);
         service.ready = 1;
         service.cam_count = 4;
     }
     void TearDown() override
     {
         sim::reset();
+        sim::set_time_divisor(1);
         service.ready = 0;
     }
     static std::string value_of(const std::string &name) { return sim::node(name).value_or("<absent>"); }

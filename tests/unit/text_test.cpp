@@ -71,3 +71,38 @@ TEST(WrapInt32, WrapsAsTwosComplement)
     EXPECT_EQ(wrap_int32(int64_t{INT32_MIN} - 50), INT32_MAX - 49);
     EXPECT_EQ(wrap_int32(-5), -5);
 }
+
+TEST(PutDecimal, WritesWhatPercentDWould)
+{
+    for (int number : {0, 7, 10, 65530, -1, -45, INT_MAX, INT_MIN}) {
+        char out[12];
+        size_t length = put_decimal(out, number);
+        EXPECT_EQ(std::string(out, length), std::to_string(number));
+    }
+}
+
+TEST(ExpandPattern, CutsAtTheBufferAndTakesAnyNumber)
+{
+    struct Case {
+        const char *pattern;
+        int number;
+        size_t size;
+        const char *expanded;
+    } cases[] = {
+        {"user%dpwd", -3, 32, "user-3pwd"},
+        {"user%dpwd", 2147483647, 32, "user2147483647pwd"},
+        {"user%dpwd", 12, 7, "user12"},
+        {"user%dpwd", 12, 6, "user1"},
+        {"user%dpwd", 12, 1, ""},
+        {"%d", 0, 8, "0"},
+        {"", 5, 8, ""},
+        {"plain.name", 5, 6, "plain"},
+    };
+    for (const Case &c : cases) {
+        char buffer[40];
+        memset(buffer, 'z', sizeof buffer);
+        expand_pattern(buffer, c.size, c.pattern, c.number);
+        EXPECT_STREQ(buffer, c.expanded) << c.pattern << " " << c.number << " " << c.size;
+        EXPECT_EQ(buffer[c.size], 'z') << "wrote past the buffer";
+    }
+}
