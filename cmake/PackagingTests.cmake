@@ -40,6 +40,8 @@ add_test(NAME packaging/install
   COMMAND ${PACKAGING_TESTS}/install.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}
           ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_SYSCONFDIR} ${CORVANE_SYSTEMD_UNIT_DIR}
           ${CORVANE_MAN_PAGES} ${PROJECT_VERSION})
+add_test(NAME packaging/install-deps
+  COMMAND ${PACKAGING_TESTS}/install-deps.sh ${CMAKE_SOURCE_DIR})
 add_test(NAME packaging/init-script
   COMMAND ${PACKAGING_TESTS}/init-script.sh
           ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned $<TARGET_FILE:corvaned>)
@@ -51,5 +53,5 @@ add_test(NAME packaging/systemd-unit
 add_test(NAME packaging/debian
   COMMAND ${CMAKE_SOURCE_DIR}/scripts/debian-packages.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/debian-packages armhf)
 set_tests_properties(packaging/debian PROPERTIES TIMEOUT 900 RUN_SERIAL ON)
-set_tests_properties(packaging/install packaging/init-script packaging/systemd-unit packaging/debian
-  PROPERTIES LABELS packaging)
+set_tests_properties(packaging/install packaging/install-deps packaging/init-script
+  packaging/systemd-unit packaging/debian PROPERTIES LABELS packaging)

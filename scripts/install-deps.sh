@@ -30,14 +30,15 @@ fi
 mkdir -p build
 log=build/install-deps.log
 : > "$log"
-echo "install-deps.sh: installing$missing (apt output in $log)"
+printf 'install-deps.sh: installing%s ... ' "$missing"
 # A mirror caught mid-sync fails the update of one index; the install
 # below says whether what is needed was found.
-$as_root apt-get update >> "$log" 2>&1 || echo "install-deps.sh: apt-get update reported errors (see $log)"
+$as_root apt-get update >> "$log" 2>&1 || echo "apt-get update reported errors" >> "$log"
 # shellcheck disable=SC2086 # missing is a list of package names
 if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -o DPkg::Lock::Timeout=300 $missing >> "$log" 2>&1; then
+    echo "failed"
     tail -n 20 "$log" >&2
     echo "install-deps.sh: apt-get install failed; the whole output is in $log" >&2
     exit 1
 fi
-echo "install-deps.sh: installed$missing"
+echo "done (apt output in $log)"
