@@ -56,16 +56,21 @@ std::string head_text(const sim::HeadState &state)
     append(out, "head: ring %ld steps, carrier %ld, home stop %ld, switch %s%s, clock %ld\n", state.ring,
            state.width, state.home_stop, state.home_flag & 1 ? "made" : "open",
            state.home_flag_forced ? " (forced)" : "", state.clock);
+    append(out, "  focus curves: peak/width %ld/%ld %ld/%ld %ld/%ld %ld/%ld, noise %ld per mille, backlash %ld\n",
+           state.focus[0].peak, state.focus[0].width, state.focus[1].peak, state.focus[1].width, state.focus[2].peak,
+           state.focus[2].width, state.focus[3].peak, state.focus[3].width, state.focus_noise, state.focus_backlash);
     append(out, "  collide A B C D: %d %d %d %d%s\n", state.collide[0], state.collide[1], state.collide[2],
            state.collide[3], state.collide_forced ? " (forced)" : "");
     for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
-        append(out, "  %s cam%d pan %6ld (%5.1f deg) gap %5ld  tilt %4ld/%ld  zoom %4ld/%ld  focus %4ld/%ld%s\n",
+        append(out,
+               "  %s cam%d pan %6ld (%5.1f deg) gap %5ld  tilt %4ld/%ld  zoom %4ld/%ld  focus %4ld/%ld"
+               " sharpness %6ld%s\n",
                kLetters[motor], motor + 1, state.motors[sim::kHeadPan][motor].position,
                sim::head_pan_degrees(state, motor), sim::head_gap(state, motor),
                state.motors[sim::kHeadTilt][motor].position, state.max[sim::kHeadTilt],
                state.motors[sim::kHeadZoom][motor].position, state.max[sim::kHeadZoom],
                state.motors[sim::kHeadFocus][motor].position, state.max[sim::kHeadFocus],
-               busy_kinds(state, motor).c_str());
+               sim::head_sharpness(state, motor), busy_kinds(state, motor).c_str());
     }
     return out;
 }
@@ -76,8 +81,8 @@ std::string head_svg(const sim::HeadState &state)
     const double radius = 150;
     const double width_degrees = state.ring > 0 ? 360.0 * static_cast<double>(state.width) / state.ring : 0;
     std::string out;
-    append(out, "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"480\" height=\"520\" viewBox=\"0 0 480 520\">\n");
-    append(out, "<rect width=\"480\" height=\"520\" fill=\"white\"/>\n");
+    append(out, "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"480\" height=\"530\" viewBox=\"0 0 480 530\">\n");
+    append(out, "<rect width=\"480\" height=\"530\" fill=\"white\"/>\n");
     append(out, "<circle cx=\"%.1f\" cy=\"%.1f\" r=\"%.1f\" fill=\"none\" stroke=\"#999\" stroke-width=\"2\"/>\n",
            centre.x, centre.y, radius);
     Point stop_outer = on_circle(centre, radius + 14, 0);
@@ -126,6 +131,9 @@ std::string head_svg(const sim::HeadState &state)
         append(out, "<rect x=\"385\" y=\"%.1f\" width=\"80\" height=\"8\" fill=\"#eee\"/>\n", y + 3);
         append(out, "<rect class=\"zoom\" x=\"385\" y=\"%.1f\" width=\"%.1f\" height=\"8\" fill=\"%s\"/>\n", y + 3,
                80 * fraction(zoom, state.max[sim::kHeadZoom]), kColours[motor]);
+        append(out, "<text class=\"focus\" x=\"170\" y=\"%.1f\" font-size=\"10\">focus %ld/%ld (peak %ld), sharpness %ld</text>\n",
+               y + 22, state.motors[sim::kHeadFocus][motor].position, state.max[sim::kHeadFocus], state.focus[motor].peak,
+               sim::head_sharpness(state, motor));
     }
     append(out, "</svg>\n");
     return out;

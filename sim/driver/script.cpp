@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "frame/context.h"
+#include "lens/autofocus.h"
 #include "lens/lens_state.h"
 #include "sim/driver/head.h"
 #include "sim/driver/routines.h"
@@ -144,6 +145,10 @@ const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
     {"svg", &ScriptRunner::svg, "svg FILE                  draw the simulated head into an SVG file"},
     {"check-trace", &ScriptRunner::check_trace, "check-trace FILE...       the trace since the last check equals the FILEs"},
     {"clear-trace", &ScriptRunner::clear_trace, "clear-trace               the next check-trace starts here"},
+    {"autofocus", &ScriptRunner::autofocus, "autofocus [CAM]           focus every enabled camera (doAFocusAll), or CAM"},
+    {"af-clear-after", &ScriptRunner::af_clear_after,
+     "af-clear-after CAM READS  clear CAM's af_enable word at its READS-th focus value read"},
+    {"expect-focus", &ScriptRunner::expect_focus, "expect-focus CAM LO HI    the focus motor of CAM stands in LO..HI"},
 };
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
@@ -291,6 +296,11 @@ void ScriptRunner::call(Arguments &arguments)
         };
         break;
     }
+    run_action(work);
+}
+
+void ScriptRunner::run_action(const std::function<void()> &work)
+{
     begin_action();
     sim::run_on_bus(work);
     end_action();
@@ -550,6 +560,49 @@ void ScriptRunner::check_trace(Arguments &arguments)
 void ScriptRunner::clear_trace(Arguments &)
 {
     trace_since_check_.clear();
+}
+
+void ScriptRunner::autofocus(Arguments &arguments)
+{
+    if (arguments.empty()) {
+        run_action(doAFocusAll);
+        return;
+    }
+    int camera = static_cast<int>(arguments.number());
+    run_action([camera] { findFocusMaximum(camera); });
+}
+
+// A client clearing the word while a search runs: the hook runs on the bus
+// thread inside the focus value read, so the moment is exactly repeatable.
+void ScriptRunner::af_clear_after(Arguments &arguments)
+{
+    long camera = arguments.number();
+    long reads = arguments.number();
+    if (camera < 1 || camera > kMaxCameras) {
+        fail("af-clear-after: no camera " + std::to_string(camera));
+        return;
+    }
+    const int channel = static_cast<int>(camera - 1);
+    const long base = sim::focus_reads(channel);
+    sim::set_focus_read_hook([channel, reads, base](int read_channel, long count) {
+        if (read_channel == channel && count - base == reads)
+            lens.af_enable[channel] = 0;
+    });
+}
+
+void ScriptRunner::expect_focus(Arguments &arguments)
+{
+    long camera = arguments.number();
+    long low = arguments.number();
+    long high = arguments.number();
+    if (camera < 1 || camera > sim::kHeadMotors) {
+        fail("expect-focus: no camera " + std::to_string(camera));
+        return;
+    }
+    long position = sim::head_state().motors[sim::kHeadFocus][camera - 1].position;
+    if (position < low || position > high)
+        fail("expect focus of cam" + std::to_string(camera) + " in " + std::to_string(low) + ".." +
+             std::to_string(high) + ": stands at " + std::to_string(position));
 }
 
 // Handled before the daemon starts (script_devices).

@@ -70,6 +70,10 @@ private:
     void check_trace(Arguments &);
     void clear_trace(Arguments &);
     void lockstep(Arguments &);
+    void autofocus(Arguments &);
+    void af_clear_after(Arguments &);
+    void expect_focus(Arguments &);
+    void run_action(const std::function<void()> &work);
 
 public:
     // The start-up's record, for expectations before the first action.

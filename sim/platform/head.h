@@ -17,6 +17,15 @@ struct HeadMotor {
     long remaining = 0;  // steps of the current move still to go (busy while > 0)
     int direction = 0;   // +1 forward, -1 backward
     long lost = 0;       // steps commanded but blocked, since the head was set up
+    int last_direction = 0;  // focus: direction of the last move, for the lost motion on reversal
+    long slack = 0;          // focus: lost motion still to take up
+};
+
+// The sharpness the focus value reports as a function of the focus
+// position: peak / (1 + |position - peak| / width); width 0 is a flat curve.
+struct FocusCurve {
+    long peak = 0;   // focus position of best sharpness
+    long width = 0;  // half width at half height, steps
 };
 
 struct HeadState {
@@ -32,6 +41,9 @@ struct HeadState {
     unsigned char home_flag = 0;              // what getHomeFlag reports (forcing applied)
     bool collide_forced = false;
     bool home_flag_forced = false;
+    FocusCurve focus[kHeadMotors];
+    long focus_noise = 0;     // per mille of each reading
+    long focus_backlash = 0;  // steps lost when a focus motor reverses
 };
 
 // A consistent copy of the head.
@@ -43,6 +55,10 @@ void reset_head();
 long head_gap(const HeadState &state, int carrier);
 // Pan angle of a carrier in degrees from B's home stop, 0..360.
 double head_pan_degrees(const HeadState &state, int carrier);
+// Sharpness of a sensor at its current focus position, without noise.
+long head_sharpness(const HeadState &state, int motor);
+
+constexpr long kSharpnessPeak = 100000;
 
 } // namespace sim
 

@@ -14,6 +14,8 @@ bool on_main_thread();
 // Writes and registrations are recorded and traced (see set_recording).
 bool recording();
 void note_main_loop_sleep();
+// The focus value of sensor `motor` with its noise; false for no such sensor.
+bool read_focus_value(int motor, unsigned int *value);
 // Escaped trace form of a node name (spaces escaped too).
 std::string escape_name(const std::string &name);
 

@@ -57,6 +57,10 @@ Record take_record();
 void capture_stdout();
 void open_trace(const std::string &path);
 void trace(const std::string &line, bool poll = false);
+// Called after every focus value read with the sensor and its reads so far
+// since the head was set up (corvane-sim's af-clear-after).
+void set_focus_read_hook(std::function<void(int channel, long reads)> hook);
+long focus_reads(int channel);
 // Names routines in trace lines (set by corvane-sim).
 void set_routine_namer(std::function<std::string(const void *)> namer);
 std::string routine_name(const void *routine);
