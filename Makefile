@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm install packages bench clean
+.PHONY: all demo demo-bus test deps host asan arm install packages bench clean
 
 all: host
 
@@ -23,6 +23,12 @@ arm:
 
 demo:
 	scripts/demo.sh
+
+# corvaned as its own process on a private Redis server, with a client console.
+demo-bus: deps
+	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
+	cmake --build build/host -j $(JOBS) --target corvaned corvane-bus
+	scripts/demo-bus.sh build/host
 
 test:
 	scripts/test.sh

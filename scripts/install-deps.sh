@@ -9,6 +9,8 @@ packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
   crossbuild-essential-armhf"
+# The bus on Redis: server, client tools, hiredis.
+packages="$packages redis-server redis-tools libhiredis-dev"
 # make bench
 packages="$packages valgrind libbenchmark-dev"
 missing=""
