@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/info_option.h"
 #include "redisbus/client.h"
 #include "sim/console/line_editor.h"
 #include "tools/bus_console.h"
@@ -37,7 +38,7 @@ const char help_text[] =
     "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
     "    corvane-bus [--bus ADDRESS] range NAME\n"
     "    corvane-bus [--bus ADDRESS] console\n"
-    "    corvane-bus --help\n"
+    "    corvane-bus --help | --version\n"
     "\n"
     "DESCRIPTION\n"
     "    The camera keeps its settings as named text nodes on a configuration\n"
@@ -74,6 +75,7 @@ const char help_text[] =
     "OPTIONS\n"
     "    --bus ADDRESS   The bus to use instead of the one in CORVANE_BUS.\n"
     "    -h, --help      This text.\n"
+    "    --version       The version.\n"
     "\n"
     "ENVIRONMENT\n"
     "    CORVANE_BUS     redis:/path/to/socket (a unix socket) or redis://HOST:PORT.\n"
@@ -269,6 +271,8 @@ int run(Client &client, const std::string &word, const std::vector<std::string> 
 
 int main(int argc, char **argv)
 {
+    if (corvaned::answer_info_option(argc, argv, "corvane-bus", help_text))
+        return kOk;
     corvane::bus::set_log_name("corvane-bus");
     std::vector<std::string> words(argv + 1, argv + argc);
     std::string address;

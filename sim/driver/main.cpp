@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "frame/info_option.h"
 #include "frame/main.h"
 #include "sim/console/line_editor.h"
 #include "sim/driver/routines.h"
@@ -28,6 +29,7 @@ constexpr long kViewInterval = 50;   // milliseconds between two publications of
 const char usage[] =
     "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
     "                   [--bus ADDRESS] [--view]\n"
+    "       corvane-sim --help | --version\n"
     "  Runs corvaned against the simulated camera. The script runs once start-up\n"
     "  has finished; without one the daemon runs until a signal.\n"
     "  --bus redis:/path/to/socket or redis://HOST:PORT puts the nodes and their\n"
@@ -142,6 +144,8 @@ void run_console(ScriptRunner *runner, std::chrono::steady_clock::time_point beg
 
 int main(int argc, char **argv)
 {
+    if (corvaned::answer_info_option(argc, argv, "corvane-sim", usage))
+        return 0;
     Options options;
     if (!parse_options(argc, argv, &options)) {
         fputs(usage, stderr);
