@@ -21,6 +21,7 @@
 #include "handlers/network/addressing.h"
 #include "handlers/network/management.h"
 #include "handlers/network/streaming.h"
+#include "lens/autofocus.h"
 #include "lens/home.h"
 #include "lens/layouts.h"
 #include "lens/lens_commands.h"
@@ -48,6 +49,7 @@
     PTZ_ROUTINES(X)                \
     HOME_ROUTINES(X)               \
     LAYOUT_ROUTINES(X)             \
+    AUTOFOCUS_ROUTINES(X)          \
     LENS_PROFILE_ROUTINES(X)
 
 #endif

@@ -14,7 +14,6 @@ using namespace motors;
 namespace {
 
 constexpr int32_t kNewHomeControllerVersion = 0xF005;
-constexpr int kInfoLimit = 65000;
 constexpr int kPanStep = 60;  // one round of the collision and home loops
 
 using Info = int (*)(int motor, int speed, int limit);

@@ -16,6 +16,8 @@ namespace motors {
 enum Carrier { kA = 0, kB = 1, kC = 2, kD = 3 };
 
 constexpr int kPanStepsPerUnit = 12;
+// Third argument of the Info calls, the same for every motor and kind.
+constexpr int kInfoLimit = 65000;
 
 // Position words add as the device's 32-bit words do.
 inline void add_position(LensAxis axis, int camera_index, int64_t delta)

@@ -13,6 +13,11 @@ int getStreamCurResolution(int channel, int stream, int *width, int *height);
  * name) may take, as "WxH" text into out (at most 16 bytes with the zero). 0 on success. */
 int getImgMaxResolution(const char *node, char *out);
 
+/* Sharpness statistic of sensor `channel` (0-based) for contrast autofocus:
+ * the high-frequency energy of the focus window of the latest frame, larger
+ * when the image is sharper. 0 on success. */
+int getFocusValue(int channel, unsigned int *value);
+
 #ifdef __cplusplus
 }
 #endif

@@ -5,6 +5,7 @@
 
 #include "frame/text.h"
 #include "platform/avc.h"
+#include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
 
 using namespace sim;
@@ -34,4 +35,17 @@ extern "C" int getImgMaxResolution(const char *node_name, char *out)
         return -1;
     snprintf(out, 16, "%s", largest.c_str());
     return 0;
+}
+
+// The focus value comes from the simulated head's focus curve.
+extern "C" int getFocusValue(int channel, unsigned int *value)
+{
+    unsigned int reading = 0;
+    bool known = read_focus_value(channel, &reading);
+    if (value)
+        *value = reading;
+    char line[64];
+    snprintf(line, sizeof line, "avc getFocusValue(%d) -> %u", channel, reading);
+    trace(line);
+    return known ? 0 : -1;
 }

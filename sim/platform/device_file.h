@@ -1,5 +1,4 @@
-// Device files: "name=value" nodes, "@param=value" platform parameters,
-// "@include=file" (relative to the including file), "#" comments.
+// Reading device files (the format is in docs/sim.md).
 #ifndef SIM_PLATFORM_DEVICE_FILE_H
 #define SIM_PLATFORM_DEVICE_FILE_H
 
@@ -11,10 +10,14 @@
 
 namespace sim {
 
-// Includes nest at most this deep (a file that includes itself ends here).
+// "name=value" nodes in file order, "@param=value" platform parameters,
+// "@include=file" followed, "#" comments skipped. False with a message
+// naming the file (and line) when it cannot be read or a line is malformed.
+// Includes nest at most kMaxIncludeDepth deep (a file that includes itself
+// ends there); `depth` counts the includes that led here (0 for a top-level
+// file).
 constexpr int kMaxIncludeDepth = 16;
 
-// `depth` counts the includes that led here (0 for a top-level file).
 bool parse_device_text(std::istream &in, const std::string &path, int depth, std::string *error,
                        std::vector<std::pair<std::string, std::string>> *nodes,
                        std::map<std::string, std::string> *parameters);

@@ -17,6 +17,15 @@ struct HeadMotor {
     long remaining = 0;  // steps of the current move still to go (busy while > 0)
     int direction = 0;   // +1 forward, -1 backward
     long lost = 0;       // steps commanded but blocked, since the head was set up
+    int last_direction = 0;  // focus: direction of the last move, for the lost motion on reversal
+    long slack = 0;          // focus: lost motion still to take up
+};
+
+// The sharpness the focus value reports as a function of the focus
+// position: peak / (1 + |position - peak| / width); width 0 is a flat curve.
+struct FocusCurve {
+    long peak = 0;   // focus position of best sharpness
+    long width = 0;  // half width at half height, steps
 };
 
 struct HeadState {
@@ -32,6 +41,9 @@ struct HeadState {
     unsigned char home_flag = 0;              // what getHomeFlag reports (forcing applied)
     bool collide_forced = false;
     bool home_flag_forced = false;
+    FocusCurve focus[kHeadMotors];
+    long focus_noise = 0;     // per mille of each reading
+    long focus_backlash = 0;  // steps lost when a focus motor reverses
 };
 
 // A consistent copy of the head.
@@ -39,10 +51,19 @@ HeadState head_state();
 // Forgets the head; the next controller call sets it up again from the
 // "@mcu.*" parameters.
 void reset_head();
+// Real microseconds each busy poll takes while a motor moves (0: none, the
+// default), so that a viewer can follow a motion; the model's clock and the
+// trace are the same at any pace.
+void set_head_pace(long microseconds);
+long head_pace();
 // Free steps between carrier k and the next carrier forward (k + 1 mod 4).
 long head_gap(const HeadState &state, int carrier);
 // Pan angle of a carrier in degrees from B's home stop, 0..360.
 double head_pan_degrees(const HeadState &state, int carrier);
+// Sharpness of a sensor at its current focus position, without noise.
+long head_sharpness(const HeadState &state, int motor);
+
+constexpr long kSharpnessPeak = 100000;
 
 } // namespace sim
 

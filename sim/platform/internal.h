@@ -6,8 +6,11 @@
 
 namespace sim {
 
-// Loads the default device once when no device was configured (plain corvaned).
+// Loads the default device once when no device was configured (plain
+// corvaned). On a shared bus (CORVANE_BUS) only the platform parameters
+// are taken from it: the nodes are the server's.
 void ensure_configured();
+bool shared_bus();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
 // The daemon read `name` (recorded).
@@ -16,6 +19,8 @@ bool on_main_thread();
 // Writes and registrations are recorded and traced (see set_recording).
 bool recording();
 void note_main_loop_sleep();
+// The focus value of sensor `motor` with its noise; false for no such sensor.
+bool read_focus_value(int motor, unsigned int *value);
 // Escaped trace form of a node name (spaces escaped too).
 std::string escape_name(const std::string &name);
 

@@ -9,21 +9,32 @@
 // the motor stays busy for the whole move, as a stalled stepper does. Tilt,
 // zoom and focus stop at their end stops. Every call is traced.
 //
+// Each sensor's focus value (the video library's getFocusValue) follows a
+// focus curve: peak / (1 + |focus - focus_peak| / focus_width), with a
+// relative noise of up to focus_noise per mille drawn from a generator seeded
+// by "@seed"; a focus motor that reverses loses focus_backlash steps first.
+//
 // Parameters ("@mcu.*" in the device file, read when the head is set up):
 // ring, carrier_width, home_stop, pan_start (A,B,C,D), tilt_max, zoom_max,
 // focus_max, tilt_start, zoom_start, focus_start (one value or four),
 // quantum, polls_per_quantum. "@collide=A,B,C,D" and "@home_flag=N" force
 // the collision bytes and the home-switch byte (empty: the model decides).
 #include <algorithm>
+#include <atomic>
+#include <ctime>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <mutex>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/mcu.h"
 #include "sim/platform/head.h"
+#include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
 
 using namespace sim;
@@ -44,11 +55,26 @@ struct Defaults {
 
 const char *const kKindNames[kHeadKinds] = {"focus", "zoom", "pan", "tilt"};
 
+// Focus travel of the lens types the camera carries; other types get the
+// home routines' full focus drive.
+long default_focus_max()
+{
+    switch (param_number("lenstype", 0)) {
+    case 8: return 1700;
+    case 3: return 4000;
+    default: return 4100;
+    }
+}
+
 std::mutex head_mutex;
 bool set_up = false;
 HeadState head;
 long limits[kHeadKinds][kHeadMotors];
 long poll_counters[kHeadKinds][kHeadMotors];
+std::atomic<long> pace{0};
+std::mt19937 focus_noise[kHeadMotors];
+long focus_read_counts[kHeadMotors];
+std::function<void(int, long)> focus_read_hook;
 
 long positive_mod(long value, long modulus)
 {
@@ -109,7 +135,8 @@ void place_carriers(const long (&positions)[4])
 
 void set_up_locked()
 {
-    const Defaults defaults;
+    Defaults defaults;
+    defaults.max[kHeadFocus] = default_focus_max();
     head = HeadState();
     head.ring = param_number("mcu.ring", defaults.ring);
     if (head.ring < 8)
@@ -148,7 +175,25 @@ void set_up_locked()
         std::fill(std::begin(kind), std::end(kind), kDefaultLimit);
     for (auto &kind : poll_counters)
         std::fill(std::begin(kind), std::end(kind), 0L);
+    const long seed = param_number("seed", 1);
+    for (int motor = 0; motor < kHeadMotors; ++motor) {
+        std::seed_seq sequence{static_cast<unsigned>(seed), static_cast<unsigned>(motor)};
+        focus_noise[motor].seed(sequence);
+        focus_read_counts[motor] = 0;
+    }
     set_up = true;
+}
+
+// The focus parameters are read at every use, so a script's "param" acts at once.
+void refresh_focus_locked()
+{
+    for (int motor = 0; motor < kHeadMotors; ++motor) {
+        std::string camera = ".cam" + std::to_string(motor + 1);
+        head.focus[motor].peak = param_number("focus_peak" + camera, head.max[kHeadFocus] / 2);
+        head.focus[motor].width = std::max(0L, param_number("focus_width" + camera, 150));
+    }
+    head.focus_noise = std::clamp(param_number("focus_noise", 0), 0L, 1000L);
+    head.focus_backlash = std::max(0L, param_number("focus_backlash", 0));
 }
 
 void ensure_set_up_locked()
@@ -196,6 +241,12 @@ void advance_locked()
             if (kind == kHeadPan) {
                 wanted[index] = chunk;
                 continue;
+            }
+            if (kind == kHeadFocus) {
+                // lost motion after a reversal: the motor turns, the lens does not
+                long taken = std::min(motor.slack, chunk);
+                motor.slack -= taken;
+                chunk -= taken;
             }
             long target = std::clamp(motor.position + motor.direction * chunk, 0L, head.max[kind]);
             motor.lost += chunk - std::labs(target - motor.position);
@@ -264,6 +315,11 @@ int start_move(HeadKind kind, const char *call, int motor, int steps, int direct
     // the controller holds a move to the limit of the motor's last Info call
     moving.remaining = steps > 0 ? std::min<long>(steps, limits[kind][motor]) : 0;
     moving.direction = direction;
+    if (kind == kHeadFocus && moving.remaining > 0 && direction != moving.last_direction) {
+        refresh_focus_locked();
+        moving.slack = moving.last_direction == 0 ? 0 : head.focus_backlash;
+        moving.last_direction = direction;
+    }
     poll_counters[kind][motor] = 0;
     return 0;
 }
@@ -281,14 +337,29 @@ int set_info(HeadKind kind, const char *call, int motor, int speed, int limit)
     return 0;
 }
 
+bool any_moving_locked()
+{
+    for (const auto &kind : head.motors)
+        for (const HeadMotor &motor : kind)
+            if (motor.remaining > 0)
+                return true;
+    return false;
+}
+
 int busy_status(HeadKind kind, const char *call, int motor, unsigned char *busy)
 {
     int value = 0;
+    bool moving = false;
     {
         std::lock_guard<std::mutex> lock(head_mutex);
         ensure_set_up_locked();
         value = valid_motor(motor) && head.motors[kind][motor].remaining > 0 ? 1 : 0;
+        moving = any_moving_locked();
         advance_locked();
+    }
+    if (long microseconds = pace.load(); moving && microseconds > 0) {
+        timespec duration = {microseconds / 1000000, (microseconds % 1000000) * 1000};
+        nanosleep(&duration, nullptr);
     }
     if (busy)
         *busy = static_cast<unsigned char>(value);
@@ -307,7 +378,63 @@ HeadState head_state()
     std::lock_guard<std::mutex> lock(head_mutex);
     ensure_set_up_locked();
     refresh_reports_locked();
+    refresh_focus_locked();
     return head;
+}
+
+void set_head_pace(long microseconds)
+{
+    pace = std::max(0L, microseconds);
+}
+
+long head_pace()
+{
+    return pace;
+}
+
+long head_sharpness(const HeadState &state, int motor)
+{
+    const FocusCurve &curve = state.focus[motor];
+    if (curve.width <= 0)
+        return kSharpnessPeak / 20;  // no contrast anywhere, as with the lens capped
+    double defocus = std::fabs(static_cast<double>(state.motors[kHeadFocus][motor].position - curve.peak));
+    return std::lround(static_cast<double>(kSharpnessPeak) / (1.0 + defocus / static_cast<double>(curve.width)));
+}
+
+bool read_focus_value(int motor, unsigned int *value)
+{
+    long reads = 0;
+    std::function<void(int, long)> hook;
+    {
+        std::lock_guard<std::mutex> lock(head_mutex);
+        ensure_set_up_locked();
+        if (!valid_motor(motor))
+            return false;
+        refresh_focus_locked();
+        // uniform in [-1, 1), from the generator's raw bits so every platform draws alike
+        double draw = static_cast<double>(focus_noise[motor]()) / 2147483648.0 - 1.0;
+        double noisy = static_cast<double>(head_sharpness(head, motor)) *
+                       (1.0 + static_cast<double>(head.focus_noise) / 1000.0 * draw);
+        if (value)
+            *value = static_cast<unsigned int>(std::max(0L, std::lround(noisy)));
+        reads = ++focus_read_counts[motor];
+        hook = focus_read_hook;
+    }
+    if (hook)
+        hook(motor, reads);
+    return true;
+}
+
+long focus_reads(int channel)
+{
+    std::lock_guard<std::mutex> lock(head_mutex);
+    return valid_motor(channel) ? focus_read_counts[channel] : 0;
+}
+
+void set_focus_read_hook(std::function<void(int, long)> hook)
+{
+    std::lock_guard<std::mutex> lock(head_mutex);
+    focus_read_hook = std::move(hook);
 }
 
 void reset_head()

@@ -24,6 +24,10 @@ void set_param(const std::string &name, const std::string &value);
 void reset();
 
 // ---- bus ----
+// Chooses the node store: "sim" (in this process, the default) or a Redis
+// address ("redis:/path", "redis://HOST:PORT"), whose key space is then
+// cleared. Call before loading devices and before start().
+bool use_bus(const std::string &address, std::string *error);
 // Starts the bus thread; the calling thread counts as the daemon's main thread.
 void start();
 // Stops the bus thread after the queue has drained.
@@ -35,6 +39,16 @@ void device_write(const std::string &name, const std::string &value);
 void remove_node(const std::string &name);
 std::optional<std::string> node(const std::string &name);
 std::map<std::string, std::string> nodes_with_prefix(const std::string &prefix);
+// A write by the simulator itself (the head's state under "sim."): stored
+// and delivered, but neither traced nor part of any record.
+void publish(const std::string &name, const std::string &value);
+// Who changed a node, for viewers.
+enum class Writer { daemon, client, device, simulator };
+const char *writer_name(Writer writer);
+// Called on every change of the store, in order, with the bus locked: a
+// watcher copies what it needs and returns; it must not use the bus.
+using WriteWatcher = std::function<void(const std::string &name, const std::string &value, Writer writer)>;
+void watch_writes(WriteWatcher watcher);
 // Reads of `name` fail with `code` (0 clears the fault).
 void set_read_fault(const std::string &name, int code);
 // Runs `work` on the bus thread, as a handler would run, and waits until idle.
@@ -66,8 +80,15 @@ struct Record {
 Record take_record();
 // Routes standard output through the simulator so it is recorded as well.
 void capture_stdout();
+// Whether captured output also reaches the terminal (on by default); the
+// console holds the start-up's output back and shows a summary instead.
+void set_stdout_echo(bool on);
 void open_trace(const std::string &path);
 void trace(const std::string &line, bool poll = false);
+// Called after every focus value read with the sensor and its reads so far
+// since the head was set up (corvane-sim's af-clear-after).
+void set_focus_read_hook(std::function<void(int channel, long reads)> hook);
+long focus_reads(int channel);
 // Names routines in trace lines (set by corvane-sim).
 void set_routine_namer(std::function<std::string(const void *)> namer);
 std::string routine_name(const void *routine);

@@ -74,40 +74,6 @@ std::string trim(const std::string &text)
 
 } // namespace
 
-namespace {
-
-bool plain_character(unsigned char c)
-{
-    return c >= 0x20 && c < 0x7f && c != '\\';
-}
-
-} // namespace
-
-std::string escape(const std::string &text)
-{
-    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
-        return text;
-    std::string out;
-    out.reserve(text.size());
-    for (unsigned char c : text) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\t': out += "\\t"; break;
-        case '\r': out += "\\r"; break;
-        default:
-            if (c < 0x20 || c >= 0x7f) {
-                char hex[8];
-                snprintf(hex, sizeof hex, "\\x%02x", c);
-                out += hex;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out;
-}
-
 std::string escape_name(const std::string &name)
 {
     if (name.empty())
@@ -127,7 +93,9 @@ std::string escape_name(const std::string &name)
 
 void device_write(const std::string &name, const std::string &value);
 
-bool load_device(const std::string &path, std::string *error)
+namespace {
+
+bool load_device_file(const std::string &path, bool with_nodes, std::string *error)
 {
     std::vector<std::pair<std::string, std::string>> nodes;
     std::map<std::string, std::string> parameters;
@@ -140,11 +108,19 @@ bool load_device(const std::string &path, std::string *error)
         configured = true;
     }
     for (auto &[name, value] : nodes)
-        device_write(name, value);
+        if (with_nodes)
+            device_write(name, value);
     for (auto &[name, value] : parameters)
         if (name.rfind("fault.", 0) == 0)
             set_read_fault(name.substr(6), static_cast<int>(strtol(value.c_str(), nullptr, 0)));
     return true;
+}
+
+} // namespace
+
+bool load_device(const std::string &path, std::string *error)
+{
+    return load_device_file(path, true, error);
 }
 
 void ensure_configured()
@@ -160,7 +136,7 @@ void ensure_configured()
     if (!path)
         path = CORVANE_DEFAULT_DEVICE;
 #endif
-    if (path && !load_device(path, &error))
+    if (path && !load_device_file(path, !shared_bus(), &error))
         fprintf(stderr, "corvane-sim: %s\n", error.c_str());
     std::lock_guard<std::mutex> lock(state_mutex);
     configured = true;
@@ -307,12 +283,16 @@ std::string routine_name(const void *routine)
 
 namespace {
 
+std::atomic<bool> echo{true};
+
 ssize_t write_captured(void *, const char *data, size_t size)
 {
     {
         std::lock_guard<std::mutex> lock(state_mutex);
         current.log.append(data, size);
     }
+    if (!echo)
+        return static_cast<ssize_t>(size);
     size_t done = 0;
     while (done < size) {
         ssize_t written = write(STDOUT_FILENO, data + done, size - done);
@@ -326,6 +306,11 @@ ssize_t write_captured(void *, const char *data, size_t size)
 }
 
 } // namespace
+
+void set_stdout_echo(bool on)
+{
+    echo = on;
+}
 
 void capture_stdout()
 {
