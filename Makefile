@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo test deps host asan arm bench clean
+.PHONY: all demo demo-bus test deps host asan arm bench clean
 
 all: host
 
@@ -25,6 +25,12 @@ demo: deps
 	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
 	cmake --build build/host -j $(JOBS) --target corvane-sim
 	build/host/corvane-sim --realtime --console --device sim/devices/default.dev
+
+# corvaned as its own process on a private Redis server, with a client console.
+demo-bus: deps
+	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
+	cmake --build build/host -j $(JOBS) --target corvaned corvane-bus
+	scripts/demo-bus.sh build/host
 
 test:
 	scripts/test.sh

@@ -31,3 +31,7 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 
 # The head views of corvane-sim are tested directly.
 target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)
+
+if(CORVANE_REDIS_BUS)
+  include(cmake/RedisBusTests.cmake)
+endif()

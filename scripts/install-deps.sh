@@ -2,6 +2,8 @@
 # Installs the Debian packages the build and the tests need, when missing.
 set -e
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
+# The bus on Redis: server, client tools, hiredis.
+packages="$packages redis-server redis-tools libhiredis-dev"
 # make bench
 packages="$packages valgrind libbenchmark-dev"
 missing=""

@@ -19,13 +19,17 @@ namespace {
 
 const char usage[] =
     "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
+    "                   [--bus ADDRESS]\n"
     "  Runs corvaned against the simulated camera. The script runs once start-up\n"
-    "  has finished; without one the daemon runs until a signal.\n";
+    "  has finished; without one the daemon runs until a signal.\n"
+    "  --bus redis:/path/to/socket or redis://HOST:PORT puts the nodes and their\n"
+    "  notifications on that Redis server (its corvane key space is cleared first).\n";
 
 struct Options {
     std::vector<std::string> devices;
     std::string script;
     std::string trace;
+    std::string bus = "sim";
     bool console = false;
     bool realtime = false;
 };
@@ -41,6 +45,8 @@ bool parse_options(int argc, char **argv, Options *options)
             options->script = argv[++i];
         else if (option == "--trace" && has_value)
             options->trace = argv[++i];
+        else if (option == "--bus" && has_value)
+            options->bus = argv[++i];
         else if (option == "--console")
             options->console = true;
         else if (option == "--realtime")
@@ -102,6 +108,11 @@ int main(int argc, char **argv)
         fputs(usage, stderr);
         return 2;
     }
+    std::string error;
+    if (!sim::use_bus(options.bus, &error)) {
+        fprintf(stderr, "corvane-sim: %s\n", error.c_str());
+        return 2;
+    }
     std::vector<std::string> devices = options.devices;
     if (!options.script.empty())
         for (const std::string &device : script_devices(options.script))
@@ -109,7 +120,6 @@ int main(int argc, char **argv)
     if (devices.empty())
         devices.push_back(CORVANE_DEFAULT_DEVICE);
     for (const std::string &device : devices) {
-        std::string error;
         if (!sim::load_device(device, &error)) {
             fprintf(stderr, "corvane-sim: %s\n", error.c_str());
             return 2;

@@ -1,8 +1,12 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
 
 namespace sim {
@@ -61,12 +65,47 @@ std::string unquote(const std::string &text)
     return out;
 }
 
+namespace {
+
+bool plain_character(unsigned char c)
+{
+    return c >= 0x20 && c < 0x7f && c != '\\';
+}
+
+} // namespace
+
+std::string escape(const std::string &text)
+{
+    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
+        return text;
+    std::string out;
+    out.reserve(text.size());
+    for (unsigned char c : text) {
+        switch (c) {
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\t': out += "\\t"; break;
+        case '\r': out += "\\r"; break;
+        default:
+            if (c < 0x20 || c >= 0x7f) {
+                char hex[8];
+                snprintf(hex, sizeof hex, "\\x%02x", c);
+                out += hex;
+            } else {
+                out += static_cast<char>(c);
+            }
+        }
+    }
+    return out;
+}
+
 bool parse_device_file(const std::string &path, std::string *error,
                        std::vector<std::pair<std::string, std::string>> *nodes,
                        std::map<std::string, std::string> *parameters)
 {
     std::ifstream in(path);
-    if (!in) {
+    std::error_code ignored;
+    if (!in || std::filesystem::is_directory(path, ignored)) {
         *error = "cannot read device file " + path;
         return false;
     }

@@ -6,8 +6,11 @@
 
 namespace sim {
 
-// Loads the default device once when no device was configured (plain corvaned).
+// Loads the default device once when no device was configured (plain
+// corvaned). On a shared bus (CORVANE_BUS) only the platform parameters
+// are taken from it: the nodes are the server's.
 void ensure_configured();
+bool shared_bus();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
 bool on_main_thread();

@@ -24,6 +24,10 @@ void set_param(const std::string &name, const std::string &value);
 void reset();
 
 // ---- bus ----
+// Chooses the node store: "sim" (in this process, the default) or a Redis
+// address ("redis:/path", "redis://HOST:PORT"), whose key space is then
+// cleared. Call before loading devices and before start().
+bool use_bus(const std::string &address, std::string *error);
 // Starts the bus thread; the calling thread counts as the daemon's main thread.
 void start();
 // Stops the bus thread after the queue has drained.

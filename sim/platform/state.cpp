@@ -12,6 +12,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "sim/platform/device_file.h"
 #include "sim/platform/head.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
@@ -73,40 +74,6 @@ std::string trim(const std::string &text)
 
 } // namespace
 
-namespace {
-
-bool plain_character(unsigned char c)
-{
-    return c >= 0x20 && c < 0x7f && c != '\\';
-}
-
-} // namespace
-
-std::string escape(const std::string &text)
-{
-    if (std::all_of(text.begin(), text.end(), [](char c) { return plain_character(static_cast<unsigned char>(c)); }))
-        return text;
-    std::string out;
-    out.reserve(text.size());
-    for (unsigned char c : text) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\t': out += "\\t"; break;
-        case '\r': out += "\\r"; break;
-        default:
-            if (c < 0x20 || c >= 0x7f) {
-                char hex[8];
-                snprintf(hex, sizeof hex, "\\x%02x", c);
-                out += hex;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out;
-}
-
 std::string escape_name(const std::string &name)
 {
     if (name.empty())
@@ -124,15 +91,11 @@ std::string escape_name(const std::string &name)
     return out;
 }
 
-// Device file: "name=value" nodes, "@param=value" platform parameters,
-// "@include=file", "#" comments. Implemented in device_file.cpp.
-bool parse_device_file(const std::string &path, std::string *error,
-                       std::vector<std::pair<std::string, std::string>> *nodes,
-                       std::map<std::string, std::string> *parameters);
-
 void device_write(const std::string &name, const std::string &value);
 
-bool load_device(const std::string &path, std::string *error)
+namespace {
+
+bool load_device_file(const std::string &path, bool with_nodes, std::string *error)
 {
     std::vector<std::pair<std::string, std::string>> nodes;
     std::map<std::string, std::string> parameters;
@@ -145,11 +108,19 @@ bool load_device(const std::string &path, std::string *error)
         configured = true;
     }
     for (auto &[name, value] : nodes)
-        device_write(name, value);
+        if (with_nodes)
+            device_write(name, value);
     for (auto &[name, value] : parameters)
         if (name.rfind("fault.", 0) == 0)
             set_read_fault(name.substr(6), static_cast<int>(strtol(value.c_str(), nullptr, 0)));
     return true;
+}
+
+} // namespace
+
+bool load_device(const std::string &path, std::string *error)
+{
+    return load_device_file(path, true, error);
 }
 
 void ensure_configured()
@@ -165,7 +136,7 @@ void ensure_configured()
     if (!path)
         path = CORVANE_DEFAULT_DEVICE;
 #endif
-    if (path && !load_device(path, &error))
+    if (path && !load_device_file(path, !shared_bus(), &error))
         fprintf(stderr, "corvane-sim: %s\n", error.c_str());
     std::lock_guard<std::mutex> lock(state_mutex);
     configured = true;

@@ -1,4 +1,5 @@
-// The simulated bus's delivery rules, with its delivery thread running.
+// The bus's delivery rules, with its delivery thread running: on the
+// in-process store and, where this build has it, on a Redis server.
 #include <gtest/gtest.h>
 
 #include <mutex>
@@ -7,6 +8,7 @@
 
 #include "platform/nbus.h"
 #include "sim/platform/sim.h"
+#include "tests/unit/redis_server.h"
 
 namespace {
 
@@ -31,10 +33,17 @@ void cascading_listener(const char *name, const char *value)
     remember("cascade-returns", name, value);
 }
 
-class BusThreadTest : public ::testing::Test {
+class BusThreadTest : public ::testing::TestWithParam<const char *> {
 protected:
     void SetUp() override
     {
+        std::string address = GetParam();
+#ifdef CORVANE_REDIS_BUS
+        if (address == "redis")
+            address = RedisServer::instance().address();
+#endif
+        std::string error;
+        ASSERT_TRUE(sim::use_bus(address, &error)) << error;
         sim::reset();
         seen.clear();
         sim::start();
@@ -43,12 +52,22 @@ protected:
     {
         sim::stop();
         sim::reset();
+        std::string error;
+        sim::use_bus("sim", &error);
     }
 };
 
 } // namespace
 
-TEST_F(BusThreadTest, EveryRegistrationIsNotifiedOfEveryWriteEvenUnchanged)
+#ifdef CORVANE_REDIS_BUS
+INSTANTIATE_TEST_SUITE_P(Store, BusThreadTest, ::testing::Values("sim", "redis"),
+                         [](const ::testing::TestParamInfo<const char *> &info) { return info.param; });
+#else
+INSTANTIATE_TEST_SUITE_P(Store, BusThreadTest, ::testing::Values("sim"),
+                         [](const ::testing::TestParamInfo<const char *> &info) { return info.param; });
+#endif
+
+TEST_P(BusThreadTest, EveryRegistrationIsNotifiedOfEveryWriteEvenUnchanged)
 {
     nbus_listen("test.a", first_listener);
     nbus_listen("test.a", second_listener);
@@ -60,7 +79,7 @@ TEST_F(BusThreadTest, EveryRegistrationIsNotifiedOfEveryWriteEvenUnchanged)
     EXPECT_EQ(seen, expected);
 }
 
-TEST_F(BusThreadTest, WritesInsideAHandlerAreDeliveredAfterItReturnsInOrder)
+TEST_P(BusThreadTest, WritesInsideAHandlerAreDeliveredAfterItReturnsInOrder)
 {
     nbus_listen("test.a", cascading_listener);
     nbus_listen("test.b", first_listener);
@@ -72,14 +91,14 @@ TEST_F(BusThreadTest, WritesInsideAHandlerAreDeliveredAfterItReturnsInOrder)
     EXPECT_EQ(sim::node("test.b").value_or(""), "from-handler");
 }
 
-TEST_F(BusThreadTest, TheDaemonsOwnWritesAreNotifiedToo)
+TEST_P(BusThreadTest, TheDaemonsOwnWritesAreNotifiedToo)
 {
     nbus_listen("test.a", first_listener);
     nbus_set("test.a", "own");
     EXPECT_EQ(seen, std::vector<std::string>{"first:test.a=own"});
 }
 
-TEST_F(BusThreadTest, ReadsTruncateToTheCallersSizeAndReportMissingNodes)
+TEST_P(BusThreadTest, ReadsTruncateToTheCallersSizeAndReportMissingNodes)
 {
     sim::device_write("test.long", "0123456789");
     char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
@@ -90,7 +109,7 @@ TEST_F(BusThreadTest, ReadsTruncateToTheCallersSizeAndReportMissingNodes)
     EXPECT_EQ(nbus_get("test.long", buffer, sizeof buffer), -7);
 }
 
-TEST_F(BusThreadTest, AnEmptyNameIsAValidNode)
+TEST_P(BusThreadTest, AnEmptyNameIsAValidNode)
 {
     nbus_listen("", first_listener);
     EXPECT_EQ(nbus_set("", "value"), 0);
@@ -98,7 +117,7 @@ TEST_F(BusThreadTest, AnEmptyNameIsAValidNode)
     EXPECT_EQ(seen, std::vector<std::string>{"first:=value"});
 }
 
-TEST_F(BusThreadTest, DeviceSideChangesAreNotNotified)
+TEST_P(BusThreadTest, DeviceSideChangesAreNotNotified)
 {
     nbus_listen("test.a", first_listener);
     sim::device_write("test.a", "quiet");
@@ -107,7 +126,7 @@ TEST_F(BusThreadTest, DeviceSideChangesAreNotNotified)
     EXPECT_EQ(sim::node("test.a").value_or(""), "quiet");
 }
 
-TEST_F(BusThreadTest, NothingIsDeliveredAfterRelease)
+TEST_P(BusThreadTest, NothingIsDeliveredAfterRelease)
 {
     nbus_listen("test.a", first_listener);
     nbus_release();
@@ -116,7 +135,7 @@ TEST_F(BusThreadTest, NothingIsDeliveredAfterRelease)
     EXPECT_EQ(sim::node("test.a").value_or(""), "late");
 }
 
-TEST_F(BusThreadTest, RangesComeFromTheDeviceParameters)
+TEST_P(BusThreadTest, RangesComeFromTheDeviceParameters)
 {
     sim::set_param("range.test.rate", "type:int;cont[64~16384]");
     char buffer[128];
@@ -125,7 +144,7 @@ TEST_F(BusThreadTest, RangesComeFromTheDeviceParameters)
     EXPECT_NE(nbus_get_range("test.other", buffer, sizeof buffer), 0);
 }
 
-TEST_F(BusThreadTest, WithoutRecordingWritesStillDeliverButLeaveNoRecord)
+TEST_P(BusThreadTest, WithoutRecordingWritesStillDeliverButLeaveNoRecord)
 {
     nbus_listen("test.a", cascading_listener);
     sim::take_record();
@@ -146,7 +165,7 @@ TEST_F(BusThreadTest, WithoutRecordingWritesStillDeliverButLeaveNoRecord)
     EXPECT_EQ(recorded.trace.front(), "client test.a 2");
 }
 
-TEST_F(BusThreadTest, RecordedCallsAreTheDaemonsGetsSetsAndRegistrationsInOrder)
+TEST_P(BusThreadTest, RecordedCallsAreTheDaemonsGetsSetsAndRegistrationsInOrder)
 {
     std::vector<sim::BusCall> calls;
     sim::record_bus_calls(&calls);

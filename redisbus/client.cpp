@@ -1,0 +1,99 @@
+#include "redisbus/client.h"
+
+#include "redisbus/connection.h"
+#include "redisbus/reader.h"
+
+namespace corvane::bus {
+
+namespace {
+
+constexpr int kWatchBlockMs = 200;
+
+} // namespace
+
+std::unique_ptr<Client> Client::connect(const std::string &address, std::string *error, bool *malformed)
+{
+    std::string text = address.empty() ? address_from_environment() : address;
+    Address parsed;
+    bool usable = text != "sim" && parse_address(text, &parsed, error);
+    if (malformed)
+        *malformed = !usable;
+    if (text == "sim")
+        *error = "the bus is the in-process simulated one (CORVANE_BUS unset or sim): no other process can reach it";
+    if (!usable)
+        return nullptr;
+    auto connection = std::make_unique<Connection>(parsed);
+    if (!connection->open(error))
+        return nullptr;
+    return std::unique_ptr<Client>(new Client(text, std::move(connection)));
+}
+
+Client::Client(std::string address, std::unique_ptr<Connection> connection)
+    : address_(std::move(address)), connection_(std::move(connection))
+{
+}
+
+Client::~Client() = default;
+
+Status Client::get(const std::string &name, std::string *value)
+{
+    return connection_->get(name, value, &error_);
+}
+
+Status Client::set(const std::string &name, const std::string &value)
+{
+    std::string id;
+    return connection_->write(name, value, &id, &error_);
+}
+
+Status Client::set_all(const std::vector<Node> &nodes)
+{
+    std::string id;
+    return connection_->write_all(nodes, &id, &error_);
+}
+
+Status Client::store(const std::vector<Node> &nodes)
+{
+    return connection_->store(kNodesKey, nodes, &error_);
+}
+
+Status Client::store_ranges(const std::vector<Node> &ranges)
+{
+    return connection_->store(kRangesKey, ranges, &error_);
+}
+
+Status Client::range(const std::string &name, std::string *text)
+{
+    return connection_->hash_get(kRangesKey, name, text, &error_);
+}
+
+Status Client::dump(const std::string &prefix, std::vector<Node> *nodes)
+{
+    return connection_->dump(prefix, nodes, &error_);
+}
+
+Status Client::clear()
+{
+    return connection_->clear(&error_);
+}
+
+Status Client::watch(const std::string &prefix, const std::function<bool(const Change &)> &on_change,
+                     const std::function<void()> &on_ready)
+{
+    Reader reader(connection_->address());
+    if (!reader.start(&error_))
+        return Status::unreachable;
+    if (on_ready)
+        on_ready();
+    bool more = true;
+    while (more && !stopping_) {
+        reader.poll(kWatchBlockMs, [&](const Change &change) {
+            if (more && change.name.compare(0, prefix.size(), prefix) == 0)
+                more = on_change(change);
+        });
+    }
+    reader.finish();
+    return Status::ok;
+}
+
+} // namespace corvane::bus

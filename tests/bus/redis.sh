@@ -1,0 +1,103 @@
+# Sourced by the bus tests: a private redis-server on a unix socket in a
+# temporary directory, stopped when the test's shell exits.
+#   start_redis        sets REDIS_DIR, REDIS_SOCKET, CORVANE_BUS; more
+#                      redis-server options in REDIS_OPTIONS
+#   stop_redis                                  kills it (SIGKILL: no save on exit)
+#   wait_for COMMAND...                         retries COMMAND for up to 20 s
+
+REDIS_DIR=$(mktemp -d "${TMPDIR:-/tmp}/corvane-bus-test.XXXXXX")
+chmod 700 "$REDIS_DIR"
+REDIS_SOCKET=$REDIS_DIR/redis.sock
+CORVANE_BUS=redis:$REDIS_SOCKET
+export CORVANE_BUS
+REDIS_PID=
+
+trap cleanup_redis EXIT
+
+# WAIT_SECONDS (default 20) bounds each wait_for.
+wait_for() {
+    tries=0
+    until "$@" >/dev/null 2>&1; do
+        tries=$((tries + 1))
+        if [ "$tries" -ge $(( ${WAIT_SECONDS:-20} * 20 )) ]; then
+            echo "timed out waiting for: $*" >&2
+            return 1
+        fi
+        sleep 0.05
+    done
+}
+
+REDIS_OPTIONS=
+
+start_redis() {
+    # shellcheck disable=SC2086
+    redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 \
+        --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" $REDIS_OPTIONS &
+    REDIS_PID=$!
+    wait_for redis_ready
+}
+
+# PONG, not an error such as LOADING while the append-only file is read.
+redis_ready() {
+    [ "$(redis-cli -s "$REDIS_SOCKET" ping 2>/dev/null)" = PONG ]
+}
+
+stop_redis() {
+    if [ -n "$REDIS_PID" ]; then
+        kill -9 "$REDIS_PID" 2>/dev/null || true
+        wait "$REDIS_PID" 2>/dev/null || true
+        REDIS_PID=
+    fi
+}
+
+# corvaned as its own process on the bus, its standard output and error in
+# $REDIS_DIR/daemon.out and daemon.err (line-buffered, for the tests to read).
+# CORVANE_TEST_DAEMON names another build of it (corvaned-redis).
+#   start_daemon BUILD_DIR     sets DAEMON_PID
+#   daemon_started             true once start-up has finished
+#   stop_daemon
+DAEMON_PID=
+
+start_daemon() {
+    # stdbuf preloads a library, which the sanitizer build must be told to accept.
+    ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0 \
+        CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
+        stdbuf -oL -eL "$1/${CORVANE_TEST_DAEMON:-corvaned}" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
+    DAEMON_PID=$!
+}
+
+daemon_started() {
+    grep -q "MCU Version" "$REDIS_DIR/daemon.out"
+}
+
+stop_daemon() {
+    if [ -n "$DAEMON_PID" ]; then
+        kill -CONT "$DAEMON_PID" 2>/dev/null || true
+        kill -TERM "$DAEMON_PID" 2>/dev/null || true
+        wait "$DAEMON_PID" 2>/dev/null || true
+        DAEMON_PID=
+    fi
+}
+
+# Other processes a test starts in the background; stopped at the end.
+CHILDREN=
+
+cleanup_redis() {
+    for child in $CHILDREN; do kill "$child" 2>/dev/null; done
+    stop_daemon
+    stop_redis
+    rm -rf "$REDIS_DIR"
+}
+
+# The value of NAME is VALUE.
+node_is() {
+    [ "$("$BUS" get "$1" 2>/dev/null)" = "$2" ]
+}
+
+fail() {
+    echo "FAIL: $*" >&2
+    for log in daemon.out daemon.err; do
+        [ -f "$REDIS_DIR/$log" ] && { echo "--- $log (tail)"; tail -20 "$REDIS_DIR/$log"; } >&2
+    done
+    exit 1
+}

@@ -1,0 +1,209 @@
+// The bus on Redis below the nbus interface: the trimming rule, what a
+// process sees while the server is gone, binary-safe nodes.
+#ifdef CORVANE_REDIS_BUS
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+#include <string>
+#include <vector>
+
+#include "redisbus/client.h"
+#include "redisbus/connection.h"
+#include "redisbus/process_bus.h"
+#include "redisbus/reader.h"
+#include "tests/unit/redis_server.h"
+
+namespace {
+
+using corvane::bus::Change;
+using corvane::bus::Client;
+using corvane::bus::Node;
+using corvane::bus::Status;
+
+class RedisBusTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        address_ = RedisServer::instance().address();
+        ASSERT_FALSE(address_.empty()) << "redis-server did not start";
+        std::string error;
+        client_ = Client::connect(address_, &error);
+        ASSERT_TRUE(client_) << error;
+        ASSERT_EQ(client_->clear(), Status::ok);
+        ASSERT_TRUE(corvane::bus::parse_address(address_, &parsed_, &error)) << error;
+    }
+
+    long stream_length()
+    {
+        corvane::bus::Connection connection(parsed_);
+        std::string error;
+        corvane::bus::Reply reply = connection.command({"XLEN", corvane::bus::kChangesKey}, &error);
+        return reply ? reply->integer : -1;
+    }
+
+    // Polls until `count` changes have arrived (or `rounds` polls passed).
+    static std::vector<Change> read_changes(corvane::bus::Reader &reader, size_t count, int rounds = 100)
+    {
+        std::vector<Change> changes;
+        for (int round = 0; round < rounds && changes.size() < count; ++round)
+            reader.poll(50, [&](const Change &change) { changes.push_back(change); });
+        return changes;
+    }
+
+    static std::vector<Node> numbered_writes(int count)
+    {
+        std::vector<Node> writes;
+        for (int i = 1; i <= count; ++i)
+            writes.push_back({"test.counter", std::to_string(i)});
+        return writes;
+    }
+
+    std::string address_;
+    corvane::bus::Address parsed_;
+    std::unique_ptr<Client> client_;
+};
+
+TEST_F(RedisBusTest, TheStreamIsTrimmedOnlyBehindTheSlowestReader)
+{
+    constexpr int kWrites = 2000;
+    corvane::bus::Reader stalled(parsed_);
+    corvane::bus::Reader busy(parsed_);
+    std::string error;
+    ASSERT_TRUE(stalled.start(&error)) << error;
+    ASSERT_TRUE(busy.start(&error)) << error;
+    ASSERT_EQ(client_->set_all(numbered_writes(kWrites)), Status::ok);
+
+    // The busy reader reads everything and trims as it goes: the stalled
+    // one still holds every change.
+    ASSERT_EQ(read_changes(busy, kWrites).size(), static_cast<size_t>(kWrites));
+    EXPECT_GE(stream_length(), kWrites);
+
+    // The stalled one then gets each change once, in order.
+    std::vector<Change> late = read_changes(stalled, kWrites);
+    ASSERT_EQ(late.size(), static_cast<size_t>(kWrites));
+    for (int i = 0; i < kWrites; ++i)
+        ASSERT_EQ(late[i].value, std::to_string(i + 1)) << "change " << i;
+    EXPECT_LE(stream_length(), 512) << "trimmed behind both readers";
+
+    // A reader that leaves no longer holds anything back.
+    stalled.finish();
+    ASSERT_EQ(client_->set_all(numbered_writes(600)), Status::ok);
+    EXPECT_EQ(read_changes(busy, 600).size(), 600u);
+    EXPECT_LE(stream_length(), 600 - 512 + 1);
+}
+
+TEST_F(RedisBusTest, AReaderSilentLongerThanItsLeaseNoLongerHoldsTheStreamAndSaysSo)
+{
+    setenv("CORVANE_BUS_LEASE_MS", "300", 1);
+    corvane::bus::Reader silent(parsed_);
+    corvane::bus::Reader busy(parsed_);
+    std::string error;
+    ASSERT_TRUE(silent.start(&error)) << error;
+    ASSERT_TRUE(busy.start(&error)) << error;
+    ASSERT_EQ(client_->set_all(numbered_writes(10)), Status::ok);
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    ASSERT_EQ(read_changes(busy, 10).size(), 10u);  // publishes, trims past the silent one
+    EXPECT_LE(stream_length(), 1);
+
+    ::testing::internal::CaptureStderr();
+    std::vector<Change> late = read_changes(silent, 10, 3);
+    std::string lines = ::testing::internal::GetCapturedStderr();
+    EXPECT_LT(late.size(), 10u);
+    EXPECT_NE(lines.find("silent longer than its lease"), std::string::npos) << lines;
+    unsetenv("CORVANE_BUS_LEASE_MS");
+}
+
+TEST_F(RedisBusTest, ChangesCarryTheirWriterAndArriveOnceInOrder)
+{
+    corvane::bus::Reader reader(parsed_);
+    std::string error;
+    ASSERT_TRUE(reader.start(&error)) << error;
+    ASSERT_EQ(client_->set("test.a", "1"), Status::ok);
+    ASSERT_EQ(client_->set("test.a", "1"), Status::ok);  // unchanged, still a change
+    ASSERT_EQ(client_->store({{"test.quiet", "x"}}), Status::ok);
+    ASSERT_EQ(client_->set("test.b", "2"), Status::ok);
+    std::vector<Change> changes = read_changes(reader, 3);
+    ASSERT_EQ(changes.size(), 3u);
+    EXPECT_EQ(changes[0].name + changes[1].name + changes[2].name, "test.atest.atest.b");
+    EXPECT_EQ(changes[2].writer, corvane::bus::process_writer());
+    EXPECT_TRUE(read_changes(reader, 1, 2).empty());
+}
+
+TEST_F(RedisBusTest, NamesAndValuesAreBinarySafe)
+{
+    const std::string name("test.\0\xff\n name", 13);
+    const std::string value(std::string("\0\x01\x7f\x80\xff", 5) + std::string(1 << 20, 'v'));
+    ASSERT_EQ(client_->set(name, value), Status::ok);
+    ASSERT_EQ(client_->set("", ""), Status::ok);
+    std::string read;
+    ASSERT_EQ(client_->get(name, &read), Status::ok);
+    EXPECT_EQ(read, value);
+    ASSERT_EQ(client_->get("", &read), Status::ok);
+    EXPECT_EQ(read, "");
+    EXPECT_EQ(client_->get(std::string("test.\0", 6), &read), Status::absent);
+    std::vector<Node> nodes;
+    ASSERT_EQ(client_->dump("test.", &nodes), Status::ok);
+    ASSERT_EQ(nodes.size(), 1u);
+    EXPECT_EQ(nodes[0].name, name);
+}
+
+TEST_F(RedisBusTest, WithoutTheServerReadsFailAndWritesAreDroppedWithALine)
+{
+    setenv("CORVANE_BUS_RETRY_MS", "200", 1);
+    corvane::bus::ProcessBus bus;
+    std::string error;
+    ASSERT_TRUE(bus.open(address_, false, &error)) << error;
+    ASSERT_TRUE(bus.set("test.before", "1"));
+    RedisServer::instance().kill_server();
+
+    std::string value;
+    EXPECT_EQ(bus.get("test.before", &value), Status::unreachable);
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(bus.set("test.lost", "2"));
+    std::string lines = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(lines.find("write of node \"test.lost\" dropped after 200 ms"), std::string::npos) << lines;
+
+    // Back again: the same process reads and writes as before.
+    address_ = RedisServer::instance().address();
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE(bus.set("test.after", "3"));
+    EXPECT_EQ(bus.get("test.after", &value), Status::ok);
+    EXPECT_EQ(value, "3");
+    lines = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(lines.find("reconnected to " + address_), std::string::npos) << lines;
+    unsetenv("CORVANE_BUS_RETRY_MS");
+}
+
+TEST_F(RedisBusTest, AddressesAreCheckedBeforeUse)
+{
+    struct Case {
+        const char *address;
+        const char *password;
+        bool usable;
+    };
+    const Case cases[] = {
+        {"redis:/run/x.sock", nullptr, true},       {"redis://127.0.0.1:6379", nullptr, true},
+        {"redis://localhost:1", nullptr, true},      {"redis://[::1]:6379", nullptr, true},
+        {"redis://10.0.0.2:6379", nullptr, false},   {"redis://10.0.0.2:6379", "secret", true},
+        {"redis://127.0.0.1", nullptr, false},       {"redis://127.0.0.1:0", nullptr, false},
+        {"redis://127.0.0.1:70000", nullptr, false}, {"redis:", nullptr, false},
+        {"tcp://127.0.0.1:6379", nullptr, false},    {"sim", nullptr, false},
+    };
+    for (const Case &c : cases) {
+        if (c.password)
+            setenv("CORVANE_BUS_PASSWORD", c.password, 1);
+        else
+            unsetenv("CORVANE_BUS_PASSWORD");
+        corvane::bus::Address address;
+        std::string error;
+        EXPECT_EQ(corvane::bus::parse_address(c.address, &address, &error), c.usable) << c.address << ": " << error;
+    }
+    unsetenv("CORVANE_BUS_PASSWORD");
+}
+
+} // namespace
+
+#endif

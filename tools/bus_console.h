@@ -1,0 +1,21 @@
+// The interactive console of corvane-bus: client commands typed at a
+// prompt, and every write other processes make (the daemon's answers)
+// printed as it happens. Line input is a parameter, so a line editor can
+// take the place of plain standard input.
+#ifndef TOOLS_BUS_CONSOLE_H
+#define TOOLS_BUS_CONSOLE_H
+
+#include <functional>
+#include <string>
+
+#include "redisbus/client.h"
+
+// Reads one line after showing the prompt; false at the end of input.
+using LineReader = std::function<bool(const char *prompt, std::string *line)>;
+
+bool read_standard_input(const char *prompt, std::string *line);
+
+// Runs until "quit" or the end of input; returns an exit status.
+int run_console(corvane::bus::Client &client, const LineReader &read_line);
+
+#endif

@@ -1,0 +1,281 @@
+// corvane-bus: reads, writes and follows the nodes of the configuration bus
+// on Redis from the command line.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "redisbus/client.h"
+#include "tools/bus_console.h"
+#include "sim/platform/device_file.h"
+#include "sim/platform/text_escape.h"
+
+namespace {
+
+using corvane::bus::Client;
+using corvane::bus::Status;
+
+constexpr int kOk = 0;
+constexpr int kAbsent = 1;
+constexpr int kUsage = 2;
+constexpr int kUnreachable = 3;
+
+const char help_text[] =
+    "NAME\n"
+    "    corvane-bus - read, write and follow the nodes of the configuration bus\n"
+    "\n"
+    "SYNOPSIS\n"
+    "    corvane-bus [--bus ADDRESS] get NAME\n"
+    "    corvane-bus [--bus ADDRESS] set NAME VALUE\n"
+    "    corvane-bus [--bus ADDRESS] set NAME -\n"
+    "    corvane-bus [--bus ADDRESS] dump [PREFIX]\n"
+    "    corvane-bus [--bus ADDRESS] listen [PREFIX]\n"
+    "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
+    "    corvane-bus [--bus ADDRESS] range NAME\n"
+    "    corvane-bus [--bus ADDRESS] console\n"
+    "    corvane-bus --help\n"
+    "\n"
+    "DESCRIPTION\n"
+    "    The camera keeps its settings as named text nodes on a configuration\n"
+    "    bus. On a PC the bus is a Redis server that corvaned and any number of\n"
+    "    other processes share; corvane-bus is one of those processes.\n"
+    "\n"
+    "    get NAME        Prints the value of NAME, exactly as stored, and a line feed.\n"
+    "    set NAME VALUE  A client write: stores VALUE and notifies every listener of\n"
+    "                    NAME (the daemon's handler of a corvane.* node), even when\n"
+    "                    the value does not change. With VALUE \"-\" the value is\n"
+    "                    standard input, byte for byte (any length, any bytes).\n"
+    "                    Returns once the server has the write; the daemon handles\n"
+    "                    it on its own time, in bus order.\n"
+    "    dump [PREFIX]   Prints \"NAME = VALUE\" for every node whose name begins with\n"
+    "                    PREFIX (all nodes without one), sorted by name.\n"
+    "    listen [PREFIX] Prints \"NAME = VALUE (WRITER)\" for every write of a node\n"
+    "                    under PREFIX from now on, as it happens, until interrupted.\n"
+    "                    WRITER is the writing process, e.g. \"corvaned[812]\".\n"
+    "    load DEVICE_FILE\n"
+    "                    Stores the NAME=VALUE lines of a device file (following\n"
+    "                    @include lines) without notifying anyone, as the device's own\n"
+    "                    state, and the @range.NAME=TEXT lines as the nodes' ranges.\n"
+    "                    Other @ lines are the simulated camera's and are skipped.\n"
+    "                    With --notify the nodes are written as client writes, in\n"
+    "                    file order.\n"
+    "    range NAME      Prints the permitted-range text of NAME.\n"
+    "    console         Reads set, get, dump and range commands from standard input\n"
+    "                    and prints every write of another process as it happens\n"
+    "                    (\"=> NAME = VALUE (WRITER)\"): the daemon's answers.\n"
+    "\n"
+    "    dump and listen print names and values with \\\\, \\n, \\t, \\r and other\n"
+    "    control or non-ASCII bytes as \\xNN, so that each node is one line.\n"
+    "\n"
+    "OPTIONS\n"
+    "    --bus ADDRESS   The bus to use instead of the one in CORVANE_BUS.\n"
+    "    -h, --help      This text.\n"
+    "\n"
+    "ENVIRONMENT\n"
+    "    CORVANE_BUS     redis:/path/to/socket (a unix socket) or redis://HOST:PORT.\n"
+    "                    \"sim\" (the default) is the simulated bus inside corvane-sim,\n"
+    "                    which no other process can reach.\n"
+    "    CORVANE_BUS_PASSWORD\n"
+    "                    Password of the server. Required for TCP to any host but\n"
+    "                    this one (127.0.0.0/8, ::1, localhost).\n"
+    "\n"
+    "EXIT STATUS\n"
+    "    0  success\n"
+    "    1  the node (or its range) does not exist\n"
+    "    2  usage error: a malformed command line or bus address, or a device file\n"
+    "       that cannot be read\n"
+    "    3  the bus cannot be reached (the message names the address and why)\n"
+    "\n"
+    "EXAMPLES\n"
+    "    export CORVANE_BUS=redis:$PWD/build/demo-bus/redis.sock\n"
+    "    corvane-bus set corvane.cam2.brightness 10\n"
+    "    corvane-bus get image.cam2.brightness\n"
+    "    corvane-bus listen corvane.cam2.\n"
+    "    head -c 1048576 /dev/urandom | corvane-bus set test.blob -\n";
+
+Client *watching = nullptr;
+
+void stop_watching(int)
+{
+    if (watching)
+        watching->stop();
+}
+
+int usage(const char *problem)
+{
+    fprintf(stderr, "corvane-bus: %s\nusage: corvane-bus [--bus ADDRESS] get|set|dump|listen|load|range ... "
+                    "(corvane-bus --help)\n",
+            problem);
+    return kUsage;
+}
+
+int unreachable(const Client &client)
+{
+    fprintf(stderr, "corvane-bus: %s\n", client.error().c_str());
+    return kUnreachable;
+}
+
+int finish(const Client &client, Status status)
+{
+    return status == Status::unreachable ? unreachable(client) : kOk;
+}
+
+std::string line_of(const std::string &name, const std::string &value)
+{
+    return sim::escape(name) + " = " + sim::escape(value);
+}
+
+int get(Client &client, const std::string &name)
+{
+    std::string value;
+    Status status = client.get(name, &value);
+    if (status == Status::absent) {
+        fprintf(stderr, "corvane-bus: no node '%s'\n", sim::escape(name).c_str());
+        return kAbsent;
+    }
+    if (status == Status::unreachable)
+        return unreachable(client);
+    fwrite(value.data(), 1, value.size(), stdout);
+    fputc('\n', stdout);
+    return kOk;
+}
+
+int set(Client &client, const std::string &name, std::string value)
+{
+    if (value == "-")
+        value.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    return finish(client, client.set(name, value));
+}
+
+int dump(Client &client, const std::string &prefix)
+{
+    std::vector<corvane::bus::Node> nodes;
+    Status status = client.dump(prefix, &nodes);
+    for (const corvane::bus::Node &node : nodes)
+        printf("%s\n", line_of(node.name, node.value).c_str());
+    return finish(client, status);
+}
+
+int listen(Client &client, const std::string &prefix)
+{
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    watching = &client;
+    struct sigaction action = {};
+    action.sa_handler = stop_watching;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    Status status = client.watch(prefix, [](const corvane::bus::Change &change) {
+        printf("%s (%s)\n", line_of(change.name, change.value).c_str(), change.writer.c_str());
+        return true;
+    });
+    return finish(client, status);
+}
+
+int load(Client &client, const std::string &path, bool notify)
+{
+    std::vector<std::pair<std::string, std::string>> lines;
+    std::map<std::string, std::string> parameters;
+    std::string error;
+    if (!sim::parse_device_file(path, &error, &lines, &parameters)) {
+        fprintf(stderr, "corvane-bus: %s\n", error.c_str());
+        return kUsage;
+    }
+    std::vector<corvane::bus::Node> nodes, ranges;
+    for (auto &[name, value] : lines)
+        nodes.push_back({name, value});
+    for (auto &[name, value] : parameters)
+        if (name.rfind("range.", 0) == 0)
+            ranges.push_back({name.substr(6), value});
+    Status status = notify ? client.set_all(nodes) : client.store(nodes);
+    if (status == Status::ok)
+        status = client.store_ranges(ranges);
+    return finish(client, status);
+}
+
+int range(Client &client, const std::string &name)
+{
+    std::string text;
+    Status status = client.range(name, &text);
+    if (status == Status::absent) {
+        fprintf(stderr, "corvane-bus: no range for '%s'\n", sim::escape(name).c_str());
+        return kAbsent;
+    }
+    if (status == Status::unreachable)
+        return unreachable(client);
+    printf("%s\n", text.c_str());
+    return kOk;
+}
+
+struct Command {
+    const char *word;
+    size_t least;  // arguments after the word
+    size_t most;
+};
+
+constexpr Command kCommands[] = {
+    {"get", 1, 1},  {"set", 2, 2},   {"dump", 0, 1},    {"listen", 0, 1},
+    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0},
+};
+
+int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
+{
+    std::string first = arguments.empty() ? std::string() : arguments[0];
+    if (word == "get")
+        return get(client, first);
+    if (word == "set")
+        return set(client, first, arguments[1]);
+    if (word == "dump")
+        return dump(client, first);
+    if (word == "listen")
+        return listen(client, first);
+    if (word == "range")
+        return range(client, first);
+    if (word == "console")
+        return run_console(client, read_standard_input);
+    bool notify = first == "--notify";
+    if (arguments.size() == 2 && !notify)
+        return usage("load takes [--notify] DEVICE_FILE");
+    return load(client, arguments.back(), notify);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    corvane::bus::set_log_name("corvane-bus");
+    std::vector<std::string> words(argv + 1, argv + argc);
+    std::string address;
+    size_t next = 0;
+    if (!words.empty() && (words[0] == "--help" || words[0] == "-h")) {
+        fputs(help_text, stdout);
+        return kOk;
+    }
+    if (words.size() >= 2 && words[0] == "--bus") {
+        address = words[1];
+        next = 2;
+    }
+    if (next >= words.size())
+        return usage("no command");
+    std::string word = words[next];
+    std::vector<std::string> arguments(words.begin() + static_cast<long>(next) + 1, words.end());
+    const Command *command = nullptr;
+    for (const Command &candidate : kCommands)
+        if (word == candidate.word)
+            command = &candidate;
+    if (!command)
+        return usage(("unknown command '" + word + "'").c_str());
+    if (arguments.size() < command->least || arguments.size() > command->most)
+        return usage(("wrong number of arguments for " + word).c_str());
+
+    std::string error;
+    bool malformed = false;
+    std::unique_ptr<Client> client = Client::connect(address, &error, &malformed);
+    if (!client) {
+        fprintf(stderr, "corvane-bus: %s\n", error.c_str());
+        return malformed ? kUsage : kUnreachable;
+    }
+    return run(*client, word, arguments);
+}
