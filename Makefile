@@ -1,7 +1,7 @@
 # Thin wrapper around CMake; see README.md.
 JOBS ?= $(shell nproc)
 
-.PHONY: all demo demo-bus test deps host asan arm bench clean
+.PHONY: all demo demo-bus web test deps host asan arm install packages bench clean
 
 all: host
 
@@ -21,10 +21,13 @@ arm:
 	  -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
 	cmake --build build/arm -j $(JOBS)
 
-demo: deps
+demo:
+	scripts/demo.sh
+
+web: deps
 	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
-	cmake --build build/host -j $(JOBS) --target corvane-sim
-	build/host/corvane-sim --realtime --console --device sim/devices/default.dev
+	cmake --build build/host -j $(JOBS) --target corvane-web
+	build/host/corvane-web --listen 127.0.0.1:8080
 
 # corvaned as its own process on a private Redis server, with a client console.
 demo-bus: deps
@@ -34,6 +37,18 @@ demo-bus: deps
 
 test:
 	scripts/test.sh
+
+# make install [DESTDIR=...] [PREFIX=/usr/local] [COMPONENT=daemon|host]
+PREFIX ?= /usr/local
+install:
+	cmake -S . -B build/install -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF \
+	  -DCMAKE_INSTALL_PREFIX=$(PREFIX) -DCORVANE_DEVICE_DIR=$(PREFIX)/share/corvaned/devices
+	cmake --build build/install -j $(JOBS)
+	DESTDIR=$(DESTDIR) cmake --install build/install $(if $(COMPONENT),--component $(COMPONENT))
+
+# Debian packages for this machine and armhf, in build/debian-packages.
+packages:
+	scripts/debian-packages.sh $(CURDIR) $(CURDIR)/build/debian-packages armhf
 
 # Release build, measurements, docs/PERFORMANCE.md (bench/run.sh).
 bench: deps

@@ -25,7 +25,7 @@ if(CORVANE_REDIS_BUS)
   target_link_libraries(corvane_nbus_redis PUBLIC corvane_redis_client)
 
   add_executable(corvane-bus tools/corvane-bus.cpp tools/bus_console.cpp)
-  target_link_libraries(corvane-bus PRIVATE corvane_redis_client corvane_platform_sim)
+  target_link_libraries(corvane-bus PRIVATE corvane_redis_client corvane_platform_sim corvaned_core)
 
   target_compile_definitions(corvane_redis_client PUBLIC CORVANE_REDIS_BUS)
   target_link_libraries(corvane_platform_sim PUBLIC corvane_redis_client)

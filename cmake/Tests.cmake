@@ -32,6 +32,43 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 # The head views of corvane-sim are tested directly.
 target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)
 
+# What corvane-web and the consoles show, without a browser.
+if(CORVANE_WEB)
+  add_executable(corvane-web-tests ${CMAKE_SOURCE_DIR}/tests/web/unit/view_test.cpp)
+  target_link_libraries(corvane-web-tests PRIVATE corvane_web corvane_line_editor gtest_main)
+  gtest_discover_tests(corvane-web-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+endif()
+
+# The operator's page in Debian's headless chromium (python3-selenium with
+# chromium-driver); the screenshot is kept in artifacts/.
+if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME web/page
+           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
+                   ${CMAKE_BINARY_DIR}/artifacts)
+  set_tests_properties(web/page PROPERTIES TIMEOUT 180)
+  # ... and as one more client of the bus on Redis, the daemon in a process of its own
+  if(CORVANE_REDIS_BUS)
+    add_test(NAME web/page-redis
+             COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
+                     ${CMAKE_BINARY_DIR}/artifacts $<TARGET_FILE:corvane-sim> $<TARGET_FILE:corvane-bus>)
+    set_tests_properties(web/page-redis PROPERTIES TIMEOUT 180)
+  endif()
+endif()
+
+# A script line with too few words fails with the command's usage line.
+add_test(NAME console/script-usage COMMAND corvane-sim --script ${CMAKE_SOURCE_DIR}/tests/console/too-few-words.scn)
+set_tests_properties(console/script-usage PROPERTIES
+  PASS_REGULAR_EXPRESSION "too-few-words.scn:4: usage: fault NAME CODE"
+  FAIL_REGULAR_EXPRESSION "too-few-words.scn:3")
+
+# corvane-sim's console in a real terminal (a private tmux server).
+if(NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME console/terminal
+           COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/console/console_test.py $<TARGET_FILE:corvane-sim>
+                   $<$<TARGET_EXISTS:corvane-bus>:$<TARGET_FILE:corvane-bus>>)
+  set_tests_properties(console/terminal PROPERTIES TIMEOUT 120)
+endif()
+
 if(CORVANE_REDIS_BUS)
   include(cmake/RedisBusTests.cmake)
 endif()

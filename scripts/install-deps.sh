@@ -1,7 +1,16 @@
 #!/bin/sh
 # Installs the Debian packages the build and the tests need, when missing.
+# Works on a bare Debian 12 as root, or through sudo; apt's own output goes
+# to build/install-deps.log and one line says what was installed.
 set -e
+cd "$(dirname "$0")/.."
 packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
+# the consoles, corvane-web and their tests
+packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux"
+# Packaging: the Makefile, man pages, the init script and unit checks, the
+# Debian packages for the build machine and (cross) armhf.
+packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
+  crossbuild-essential-armhf"
 # The bus on Redis: server, client tools, hiredis.
 packages="$packages redis-server redis-tools libhiredis-dev"
 # make bench
@@ -11,7 +20,29 @@ for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing="$missing $package"
 done
 [ -z "$missing" ] && exit 0
-echo "installing:$missing"
-if [ "$(id -u)" -eq 0 ]; then sudo=""; else sudo="sudo"; fi
-$sudo apt-get update -qq
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq $missing
+
+if [ "$(id -u)" -eq 0 ]; then
+    as_root=""
+elif command -v sudo >/dev/null 2>&1; then
+    as_root="sudo"
+else
+    echo "install-deps.sh: these Debian packages are missing:$missing" >&2
+    echo "install-deps.sh: run scripts/install-deps.sh as root (or install sudo) to install them" >&2
+    exit 1
+fi
+
+mkdir -p build
+log=build/install-deps.log
+: > "$log"
+printf 'install-deps.sh: installing%s ... ' "$missing"
+# A mirror caught mid-sync fails the update of one index; the install
+# below says whether what is needed was found.
+$as_root apt-get update >> "$log" 2>&1 || echo "apt-get update reported errors" >> "$log"
+# shellcheck disable=SC2086 # missing is a list of package names
+if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends -o DPkg::Lock::Timeout=300 $missing >> "$log" 2>&1; then
+    echo "failed"
+    tail -n 20 "$log" >&2
+    echo "install-deps.sh: apt-get install failed; the whole output is in $log" >&2
+    exit 1
+fi
+echo "done (apt output in $log)"

@@ -104,6 +104,11 @@ void command(Client &client, const std::string &line)
 
 } // namespace
 
+std::vector<std::string> console_words()
+{
+    return {"set", "get", "dump", "range", "help", "quit"};
+}
+
 bool read_standard_input(const char *prompt, std::string *line)
 {
     print(prompt);

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "redisbus/client.h"
 
@@ -14,6 +15,8 @@
 using LineReader = std::function<bool(const char *prompt, std::string *line)>;
 
 bool read_standard_input(const char *prompt, std::string *line);
+// The console's command words, for completion.
+std::vector<std::string> console_words();
 
 // Runs until "quit" or the end of input; returns an exit status.
 int run_console(corvane::bus::Client &client, const LineReader &read_line);

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "frame/info_option.h"
 #include "redisbus/client.h"
+#include "sim/console/line_editor.h"
 #include "tools/bus_console.h"
 #include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
@@ -36,7 +38,7 @@ const char help_text[] =
     "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
     "    corvane-bus [--bus ADDRESS] range NAME\n"
     "    corvane-bus [--bus ADDRESS] console\n"
-    "    corvane-bus --help\n"
+    "    corvane-bus --help | --version\n"
     "\n"
     "DESCRIPTION\n"
     "    The camera keeps its settings as named text nodes on a configuration\n"
@@ -73,6 +75,7 @@ const char help_text[] =
     "OPTIONS\n"
     "    --bus ADDRESS   The bus to use instead of the one in CORVANE_BUS.\n"
     "    -h, --help      This text.\n"
+    "    --version       The version.\n"
     "\n"
     "ENVIRONMENT\n"
     "    CORVANE_BUS     redis:/path/to/socket (a unix socket) or redis://HOST:PORT.\n"
@@ -220,6 +223,29 @@ constexpr Command kCommands[] = {
     {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0},
 };
 
+// The console with line editing, history and completion of command words
+// and node names (read from the bus as they are typed).
+int console(Client &client)
+{
+    LineEditor editor("corvane> ", default_history_path(), stdout);
+    editor.set_completer([&client](const std::string &before, const std::string &word) {
+        if (before.find_first_not_of(" \t") == std::string::npos)
+            return complete_from(console_words(), word);
+        std::vector<corvane::bus::Node> nodes;
+        client.dump(word, &nodes);
+        std::vector<std::string> names;
+        for (const corvane::bus::Node &node : nodes)
+            names.push_back(node.name);
+        return names;
+    });
+    return run_console(client, [&editor](const char *, std::string *line) {
+        std::optional<std::string> read = editor.read();
+        if (read)
+            *line = *read;
+        return read.has_value();
+    });
+}
+
 int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
 {
     std::string first = arguments.empty() ? std::string() : arguments[0];
@@ -234,7 +260,7 @@ int run(Client &client, const std::string &word, const std::vector<std::string> 
     if (word == "range")
         return range(client, first);
     if (word == "console")
-        return run_console(client, read_standard_input);
+        return console(client);
     bool notify = first == "--notify";
     if (arguments.size() == 2 && !notify)
         return usage("load takes [--notify] DEVICE_FILE");
@@ -245,6 +271,8 @@ int run(Client &client, const std::string &word, const std::vector<std::string> 
 
 int main(int argc, char **argv)
 {
+    if (corvaned::answer_info_option(argc, argv, "corvane-bus", help_text))
+        return kOk;
     corvane::bus::set_log_name("corvane-bus");
     std::vector<std::string> words(argv + 1, argv + argc);
     std::string address;

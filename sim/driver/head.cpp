@@ -91,8 +91,9 @@ std::string head_svg(const sim::HeadState &state)
            "<line class=\"home-stop\" x1=\"%.1f\" y1=\"%.1f\" x2=\"%.1f\" y2=\"%.1f\" stroke=\"black\" "
            "stroke-width=\"3\"/>\n",
            stop_outer.x, stop_outer.y, stop_inner.x, stop_inner.y);
-    append(out, "<text x=\"%.1f\" y=\"%.1f\" font-size=\"11\" text-anchor=\"middle\">home stop (switch %s)</text>\n",
-           stop_outer.x, stop_outer.y - 6, state.home_flag & 1 ? "made" : "open");
+    // a legend in the corner: near the stop it would cover the carriers' labels
+    append(out, "<text x=\"12\" y=\"20\" font-size=\"11\">| home stop at the top, switch %s</text>\n",
+           state.home_flag & 1 ? "made" : "open");
 
     for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
         double start = sim::head_pan_degrees(state, motor);
@@ -116,24 +117,42 @@ std::string head_svg(const sim::HeadState &state)
                label.x, label.y + 4, kLetters[motor], motor + 1);
     }
 
-    // one row per sensor: pan angle, tilt and zoom bars
+    // the free steps between neighbours, written inside the ring mid-gap
+    for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
+        long gap = sim::head_gap(state, motor);
+        double gap_degrees = state.ring > 0 ? 360.0 * static_cast<double>(gap) / state.ring : 0;
+        double middle = sim::head_pan_degrees(state, motor) + width_degrees + gap_degrees / 2;
+        Point label = on_circle(centre, radius - 22, middle);
+        append(out,
+               "<text class=\"gap\" id=\"gap-%s\" x=\"%.1f\" y=\"%.1f\" font-size=\"10\" fill=\"#777\" "
+               "text-anchor=\"middle\">%s</text>\n",
+               kLetters[motor], label.x, label.y + 3, gap > 0 ? std::to_string(gap).c_str() : "touch");
+    }
+
+    // one row per sensor: pan angle, then tilt, zoom and focus bars
+    static const struct {
+        const char *name;
+        int kind;
+        double x;
+    } bars[] = {{"tilt", sim::kHeadTilt, 150}, {"zoom", sim::kHeadZoom, 255}, {"focus", sim::kHeadFocus, 365}};
     for (int motor = 0; motor < sim::kHeadMotors; ++motor) {
         double y = 405 + motor * 28;
-        long tilt = state.motors[sim::kHeadTilt][motor].position;
-        long zoom = state.motors[sim::kHeadZoom][motor].position;
-        append(out, "<text x=\"16\" y=\"%.1f\" font-size=\"12\" fill=\"%s\">%s cam%d pan %.1f&#176;</text>\n", y + 10,
+        append(out, "<text x=\"12\" y=\"%.1f\" font-size=\"12\" fill=\"%s\">%s cam%d pan %.1f&#176;</text>\n", y + 10,
                kColours[motor], kLetters[motor], motor + 1, sim::head_pan_degrees(state, motor));
-        append(out, "<text x=\"170\" y=\"%.1f\" font-size=\"11\">tilt %ld</text>\n", y + 10, tilt);
-        append(out, "<rect x=\"230\" y=\"%.1f\" width=\"80\" height=\"8\" fill=\"#eee\"/>\n", y + 3);
-        append(out, "<rect class=\"tilt\" x=\"230\" y=\"%.1f\" width=\"%.1f\" height=\"8\" fill=\"%s\"/>\n", y + 3,
-               80 * fraction(tilt, state.max[sim::kHeadTilt]), kColours[motor]);
-        append(out, "<text x=\"320\" y=\"%.1f\" font-size=\"11\">zoom %ld</text>\n", y + 10, zoom);
-        append(out, "<rect x=\"385\" y=\"%.1f\" width=\"80\" height=\"8\" fill=\"#eee\"/>\n", y + 3);
-        append(out, "<rect class=\"zoom\" x=\"385\" y=\"%.1f\" width=\"%.1f\" height=\"8\" fill=\"%s\"/>\n", y + 3,
-               80 * fraction(zoom, state.max[sim::kHeadZoom]), kColours[motor]);
-        append(out, "<text class=\"focus\" x=\"170\" y=\"%.1f\" font-size=\"10\">focus %ld/%ld (peak %ld), sharpness %ld</text>\n",
-               y + 22, state.motors[sim::kHeadFocus][motor].position, state.max[sim::kHeadFocus], state.focus[motor].peak,
-               sim::head_sharpness(state, motor));
+        for (const auto &bar : bars) {
+            long value = state.motors[bar.kind][motor].position;
+            append(out, "<text x=\"%.1f\" y=\"%.1f\" font-size=\"10\">%s %ld</text>\n", bar.x, y + 10, bar.name,
+                   value);
+            append(out, "<rect x=\"%.1f\" y=\"%.1f\" width=\"50\" height=\"8\" fill=\"#eee\"/>\n", bar.x + 52, y + 3);
+            append(out, "<rect class=\"%s\" x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"8\" fill=\"%s\"/>\n",
+                   bar.name, bar.x + 52, y + 3, 50 * fraction(value, state.max[bar.kind]), kColours[motor]);
+        }
+        // the simulated focus curve: where the sharpest picture is, how sharp it is now
+        append(out,
+               "<text class=\"focus-curve\" x=\"150\" y=\"%.1f\" font-size=\"10\">focus %ld/%ld (peak %ld), "
+               "sharpness %ld</text>\n",
+               y + 22, state.motors[sim::kHeadFocus][motor].position, state.max[sim::kHeadFocus],
+               state.focus[motor].peak, sim::head_sharpness(state, motor));
     }
     append(out, "</svg>\n");
     return out;

@@ -1,29 +1,40 @@
 // corvane-sim: the daemon's own entry point on the simulated camera,
 // driven by a script or by the demo console.
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 #include <pthread.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
 
+#include "frame/info_option.h"
 #include "frame/main.h"
+#include "sim/console/line_editor.h"
 #include "sim/driver/routines.h"
 #include "sim/driver/script.h"
+#include "sim/driver/view.h"
 #include "sim/platform/sim.h"
 
 namespace {
 
+constexpr long kViewPace = 2000;     // microseconds a busy poll takes while a motor moves
+constexpr long kViewInterval = 50;   // milliseconds between two publications of the head
+
 const char usage[] =
     "usage: corvane-sim [--device FILE]... [--script FILE] [--console] [--trace FILE] [--realtime]\n"
-    "                   [--bus ADDRESS]\n"
+    "                   [--bus ADDRESS] [--view]\n"
+    "       corvane-sim --help | --version\n"
     "  Runs corvaned against the simulated camera. The script runs once start-up\n"
     "  has finished; without one the daemon runs until a signal.\n"
     "  --bus redis:/path/to/socket or redis://HOST:PORT puts the nodes and their\n"
-    "  notifications on that Redis server (its corvane key space is cleared first).\n";
+    "  notifications on that Redis server (its corvane key space is cleared first).\n"
+    "  --view publishes the simulated head under sim.head. for viewers on the bus.\n";
 
 struct Options {
     std::vector<std::string> devices;
@@ -32,6 +43,7 @@ struct Options {
     std::string bus = "sim";
     bool console = false;
     bool realtime = false;
+    bool view = false;
 };
 
 bool parse_options(int argc, char **argv, Options *options)
@@ -51,6 +63,8 @@ bool parse_options(int argc, char **argv, Options *options)
             options->console = true;
         else if (option == "--realtime")
             options->realtime = true;
+        else if (option == "--view")
+            options->view = true;
         else
             return false;
     }
@@ -80,20 +94,47 @@ void run_script(ScriptRunner *runner, const std::string &path)
     sim::set_lockstep(false);
 }
 
-void run_console(ScriptRunner *runner)
+// Words after `before` on a console line: commands first, then routine
+// names after "call", node names elsewhere ("watch" takes a command).
+std::vector<std::string> console_candidates(std::string before, const std::string &word)
+{
+    std::istringstream in(before);
+    std::vector<std::string> words{std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
+    if (!words.empty() && words[0] == "watch")
+        words.erase(words.begin());
+    if (words.empty())
+        return complete_from(ScriptRunner::command_words(false), word);
+    if (words.size() == 1 && words[0] == "call")
+        return complete_from(routine_names(), word);
+    if (words.size() == 1 && words[0] == "help")
+        return complete_from({"script"}, word);
+    std::vector<std::string> names;
+    for (auto &[name, value] : sim::nodes_with_prefix(word))
+        names.push_back(name);
+    return names;
+}
+
+void run_console(ScriptRunner *runner, std::chrono::steady_clock::time_point begun)
 {
     block_signals_here();
     sim::wait_started();
-    runner->set_console(true);
-    printf("corvane-sim console: help lists the commands, quit or Ctrl-D stops the daemon.\n");
-    std::string line;
+    runner->take_startup_record();
+    std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begun;
+    // the console's own lines are not the daemon's output: they bypass the record
+    FILE *terminal = fdopen(dup(STDOUT_FILENO), "w");
+    setvbuf(terminal, nullptr, _IOLBF, 0);
+    LineEditor editor("corvane> ", default_history_path(), terminal);
+    editor.set_completer(console_candidates);
+    runner->set_console(terminal, [&editor] { return editor.history(); });
+    fprintf(terminal, "%s\n", runner->startup_summary(taken.count()).c_str());
+    fprintf(terminal, "corvane-sim console: help lists the commands, quit or Ctrl-D stops the daemon.\n");
+    sim::set_stdout_echo(true);
     int number = 0;
     while (!sim::finished() && !runner->wants_exit()) {
-        printf("corvane> ");
-        fflush(stdout);
-        if (!std::getline(std::cin, line))
+        std::optional<std::string> line = editor.read();
+        if (!line)
             break;
-        runner->execute(line, ++number);
+        runner->execute(*line, ++number);
     }
     if (!sim::finished() && !runner->wants_exit())
         kill(getpid(), SIGTERM);
@@ -103,6 +144,8 @@ void run_console(ScriptRunner *runner)
 
 int main(int argc, char **argv)
 {
+    if (corvaned::answer_info_option(argc, argv, "corvane-sim", usage))
+        return 0;
     Options options;
     if (!parse_options(argc, argv, &options)) {
         fputs(usage, stderr);
@@ -130,12 +173,17 @@ int main(int argc, char **argv)
     if (!options.trace.empty())
         sim::open_trace(options.trace);
     sim::capture_stdout();
+    // the console shows the start-up as a summary, its output on request
+    if (options.console)
+        sim::set_stdout_echo(false);
     sim::start();
+    if (options.view)
+        start_head_view(kViewPace, kViewInterval, options.bus);
 
     ScriptRunner runner(options.console ? "console" : options.script);
     std::thread driver;
     if (options.console)
-        driver = std::thread(run_console, &runner);
+        driver = std::thread(run_console, &runner, std::chrono::steady_clock::now());
     else if (!options.script.empty())
         driver = std::thread(run_script, &runner, options.script);
 

@@ -42,3 +42,11 @@ std::string name_of_routine(const void *address)
             return routine.name;
     return "?";
 }
+
+std::vector<std::string> routine_names()
+{
+    std::vector<std::string> names;
+    for (const Routine &routine : routines)
+        names.push_back(routine.name);
+    return names;
+}

@@ -2,6 +2,7 @@
 #define SIM_DRIVER_ROUTINES_H
 
 #include <string>
+#include <vector>
 
 #include "frame/routine.h"
 
@@ -26,5 +27,6 @@ struct Routine {
 
 const Routine *find_routine(const std::string &name);
 std::string name_of_routine(const void *address);
+std::vector<std::string> routine_names();
 
 #endif

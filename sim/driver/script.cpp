@@ -1,9 +1,13 @@
 #include "sim/driver/script.h"
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <set>
+#include <thread>
 #include <unistd.h>
 
 #include "frame/context.h"
@@ -53,6 +57,17 @@ struct ScriptRunner::Arguments {
         return sim::unquote(text);
     }
     long number() { return strtol(word().c_str(), nullptr, 0); }
+    // Words left on the line, a quoted text counting as one.
+    int count_words() const
+    {
+        Arguments copy{line, position};
+        int count = 0;
+        while (!copy.empty()) {
+            copy.word();
+            ++count;
+        }
+        return count;
+    }
 };
 
 namespace {
@@ -108,47 +123,60 @@ std::string context_text(const std::string &name, bool *known)
     return "";
 }
 
+bool is_layout(const std::string &routine)
+{
+    return routine == "ptzto360" || routine == "ptzto270" || routine == "ptzto180";
+}
+
+constexpr long kWatchPace = 2000;  // microseconds a motor poll takes while watched
+constexpr useconds_t kWatchRedraw = 100000;
+
 } // namespace
 
+// Words each command takes: at least `min_words`, at most `max_words`
+// (kRest: the rest of the line). Interactive commands are listed by "help",
+// the scripting ones by "help script".
 const ScriptRunner::CommandEntry ScriptRunner::commands_[] = {
-    {"set", &ScriptRunner::client_set, "set NAME [VALUE]          a client writes a node"},
-    {"set-writes", &ScriptRunner::set_writes, "set-writes NAME VALUE NATIVE NATIVE-VALUE   set, then expect-write"},
-    {"device-set", &ScriptRunner::device_set, "device-set NAME [VALUE]   the device changes a node, no notification"},
-    {"remove", &ScriptRunner::remove, "remove NAME               the node disappears"},
-    {"fault", &ScriptRunner::fault, "fault NAME CODE           reads of NAME fail with CODE (0 clears)"},
-    {"param", &ScriptRunner::param, "param NAME VALUE          change a platform parameter"},
-    {"call", &ScriptRunner::call, "call ROUTINE [ARGS]       call a daemon routine on the bus thread"},
-    {"signal", &ScriptRunner::signal, "signal N                  send signal N to the daemon"},
-    {"wait-ticks", &ScriptRunner::wait_ticks, "wait-ticks N              wait for N main-loop ticks"},
-    {"lockstep", &ScriptRunner::lockstep, "lockstep on|off           main loop waits for wait-ticks between ticks"},
-    {"wait-exit", &ScriptRunner::wait_exit, "wait-exit                 wait until the daemon has returned"},
-    {"sleep", &ScriptRunner::pause, "sleep MS                  pause the script"},
-    {"context", &ScriptRunner::context, "context FIELD VALUE       set a service-context word"},
-    {"get", &ScriptRunner::get, "get NAME                  print a node"},
-    {"dump", &ScriptRunner::dump, "dump [PREFIX]             print the nodes below PREFIX"},
-    {"help", &ScriptRunner::help, "help                      this list"},
-    {"quit", &ScriptRunner::quit, "quit                      stop the daemon (SIGTERM) and leave"},
-    {"expect", &ScriptRunner::expect, "expect NAME VALUE         the node holds VALUE"},
-    {"expect-absent", &ScriptRunner::expect_absent, "expect-absent NAME        the node does not exist"},
-    {"expect-write", &ScriptRunner::expect_write, "expect-write NAME VALUE   the last action wrote VALUE to NAME"},
-    {"expect-no-write", &ScriptRunner::expect_no_write, "expect-no-write [NAME]    the last action wrote nothing (to NAME)"},
-    {"expect-writes", &ScriptRunner::expect_writes, "expect-writes N           the last action made exactly N writes"},
-    {"expect-log", &ScriptRunner::expect_log, "expect-log TEXT           the last action's output holds TEXT"},
-    {"expect-no-log", &ScriptRunner::expect_no_log, "expect-no-log [TEXT]      ... does not hold TEXT (or is empty)"},
-    {"expect-trace", &ScriptRunner::expect_trace, "expect-trace TEXT         a trace line of the last action holds TEXT"},
-    {"expect-context", &ScriptRunner::expect_context, "expect-context FIELD VALUE a service-context word"},
-    {"expect-result", &ScriptRunner::expect_result, "expect-result N           result of the last call"},
-    {"expect-exit", &ScriptRunner::expect_exit, "expect-exit N             the daemon returned N"},
-    {"expect-listeners", &ScriptRunner::expect_listeners, "expect-listeners NAME N   registrations on NAME"},
-    {"device", &ScriptRunner::device_header, "device FILE               (first lines only) the device to start"},
-    {"head", &ScriptRunner::head, "head [reset]              print the simulated head (reset: set it up anew)"},
-    {"svg", &ScriptRunner::svg, "svg FILE                  draw the simulated head into an SVG file"},
-    {"check-trace", &ScriptRunner::check_trace, "check-trace FILE...       the trace since the last check equals the FILEs"},
-    {"clear-trace", &ScriptRunner::clear_trace, "clear-trace               the next check-trace starts here"},
-    {"autofocus", &ScriptRunner::autofocus, "autofocus [CAM]           focus every enabled camera (doAFocusAll), or CAM"},
-    {"af-clear-after", &ScriptRunner::af_clear_after,
-     "af-clear-after CAM READS  clear CAM's af_enable word at its READS-th focus value read"},
-    {"expect-focus", &ScriptRunner::expect_focus, "expect-focus CAM LO HI    the focus motor of CAM stands in LO..HI"},
+    {"set", &ScriptRunner::client_set, 1, kRest, true, "set NAME [VALUE]", "a client writes a node"},
+    {"get", &ScriptRunner::get, 1, 1, true, "get NAME", "print a node"},
+    {"dump", &ScriptRunner::dump, 0, 1, true, "dump [PREFIX]", "print the nodes below PREFIX"},
+    {"call", &ScriptRunner::call, 1, kRest, true, "call ROUTINE [ARGS]", "call a daemon routine on the bus thread"},
+    {"head", &ScriptRunner::head, 0, 1, true, "head [reset]", "print the simulated head (reset: set it up anew)"},
+    {"svg", &ScriptRunner::svg, 0, kRest, true, "svg [FILE]", "draw the simulated head into an SVG file"},
+    {"watch", &ScriptRunner::watch, 1, kRest, true, "watch COMMAND...", "run a command, redrawing the head while it runs"},
+    {"startup", &ScriptRunner::startup, 0, 0, true, "startup", "the start-up's output and writes in full"},
+    {"autofocus", &ScriptRunner::autofocus, 0, 1, true, "autofocus [CAM]", "focus every enabled camera (doAFocusAll), or CAM"},
+    {"history", &ScriptRunner::history, 0, 0, true, "history", "the lines entered so far"},
+    {"device-set", &ScriptRunner::device_set, 1, kRest, true, "device-set NAME [VALUE]", "the device changes a node, no notification"},
+    {"remove", &ScriptRunner::remove, 1, 1, true, "remove NAME", "the node disappears"},
+    {"fault", &ScriptRunner::fault, 2, 2, true, "fault NAME CODE", "reads of NAME fail with CODE (0 clears)"},
+    {"param", &ScriptRunner::param, 1, kRest, true, "param NAME [VALUE]", "change a platform parameter"},
+    {"context", &ScriptRunner::context, 2, 2, true, "context FIELD VALUE", "set a service-context word"},
+    {"signal", &ScriptRunner::signal, 1, 1, true, "signal N", "send signal N to the daemon"},
+    {"help", &ScriptRunner::help, 0, 1, true, "help [script]", "this list (script: the scripting commands)"},
+    {"quit", &ScriptRunner::quit, 0, 0, true, "quit", "stop the daemon (SIGTERM) and leave"},
+    {"set-writes", &ScriptRunner::set_writes, 3, kRest, false, "set-writes NAME VALUE NATIVE NATIVE-VALUE", "set, then expect-write"},
+    {"wait-ticks", &ScriptRunner::wait_ticks, 1, 1, false, "wait-ticks N", "wait for N main-loop ticks"},
+    {"lockstep", &ScriptRunner::lockstep, 1, 1, false, "lockstep on|off", "main loop waits for wait-ticks between ticks"},
+    {"wait-exit", &ScriptRunner::wait_exit, 0, 0, false, "wait-exit", "wait until the daemon has returned"},
+    {"sleep", &ScriptRunner::pause, 1, 1, false, "sleep MS", "pause the script"},
+    {"expect", &ScriptRunner::expect, 1, kRest, false, "expect NAME VALUE", "the node holds VALUE"},
+    {"expect-absent", &ScriptRunner::expect_absent, 1, 1, false, "expect-absent NAME", "the node does not exist"},
+    {"expect-write", &ScriptRunner::expect_write, 1, kRest, false, "expect-write NAME VALUE", "the last action wrote VALUE to NAME"},
+    {"expect-no-write", &ScriptRunner::expect_no_write, 0, 1, false, "expect-no-write [NAME]", "the last action wrote nothing (to NAME)"},
+    {"expect-writes", &ScriptRunner::expect_writes, 1, 1, false, "expect-writes N", "the last action made exactly N writes"},
+    {"expect-log", &ScriptRunner::expect_log, 0, kRest, false, "expect-log TEXT", "the last action's output holds TEXT"},
+    {"expect-no-log", &ScriptRunner::expect_no_log, 0, kRest, false, "expect-no-log [TEXT]", "... does not hold TEXT (or is empty)"},
+    {"expect-trace", &ScriptRunner::expect_trace, 0, kRest, false, "expect-trace TEXT", "a trace line of the last action holds TEXT"},
+    {"expect-context", &ScriptRunner::expect_context, 1, kRest, false, "expect-context FIELD VALUE", "a service-context word"},
+    {"expect-result", &ScriptRunner::expect_result, 1, 1, false, "expect-result N", "result of the last call"},
+    {"expect-exit", &ScriptRunner::expect_exit, 1, 1, false, "expect-exit N", "the daemon returned N"},
+    {"expect-listeners", &ScriptRunner::expect_listeners, 2, 2, false, "expect-listeners NAME N", "registrations on NAME"},
+    {"af-clear-after", &ScriptRunner::af_clear_after, 2, 2, false, "af-clear-after CAM READS", "clear CAM's af_enable word at its READS-th focus value read"},
+    {"expect-focus", &ScriptRunner::expect_focus, 3, 3, false, "expect-focus CAM LO HI", "the focus motor of CAM stands in LO..HI"},
+    {"device", &ScriptRunner::device_header, 1, kRest, false, "device FILE", "(first lines only) the device to start"},
+    {"check-trace", &ScriptRunner::check_trace, 1, kRest, false, "check-trace FILE...", "the trace since the last check equals the FILEs"},
+    {"clear-trace", &ScriptRunner::clear_trace, 0, 0, false, "clear-trace", "the next check-trace starts here"},
 };
 
 bool ScriptRunner::execute(const std::string &raw_line, int line_number)
@@ -162,10 +190,17 @@ bool ScriptRunner::execute(const std::string &raw_line, int line_number)
         return true;
     std::string word = arguments.word();
     for (const CommandEntry &entry : commands_) {
-        if (word == entry.word) {
-            (this->*entry.command)(arguments);
-            return true;
+        if (word != entry.word)
+            continue;
+        // kept: a script may carry more after the words a command reads
+        int words = arguments.count_words();
+        bool too_many = console_ && entry.max_words != kRest && words > entry.max_words;
+        if (words < entry.min_words || too_many) {
+            fail(std::string("usage: ") + entry.synopsis);
+            return false;
         }
+        (this->*entry.command)(arguments);
+        return true;
     }
     fail("unknown command '" + word + "' (try help)");
     return false;
@@ -174,7 +209,48 @@ bool ScriptRunner::execute(const std::string &raw_line, int line_number)
 void ScriptRunner::fail(const std::string &what)
 {
     ++failures_;
-    fprintf(stderr, "corvane-sim: %s:%d: %s\n", source_.c_str(), line_, what.c_str());
+    if (console_)
+        fprintf(stderr, "%s\n", what.c_str());
+    else
+        fprintf(stderr, "corvane-sim: %s:%d: %s\n", source_.c_str(), line_, what.c_str());
+}
+
+// A console note: on the terminal, never in the record.
+void ScriptRunner::note(const std::string &text)
+{
+    if (console_ && terminal_)
+        fprintf(terminal_, "%s\n", text.c_str());
+}
+
+void ScriptRunner::set_console(FILE *terminal, std::function<std::vector<std::string>()> lines)
+{
+    console_ = true;
+    terminal_ = terminal;
+    history_lines_ = std::move(lines);
+}
+
+std::vector<std::string> ScriptRunner::command_words(bool interactive)
+{
+    std::vector<std::string> words;
+    for (const CommandEntry &entry : commands_)
+        if (entry.interactive || !interactive)
+            words.push_back(entry.word);
+    return words;
+}
+
+std::string ScriptRunner::startup_summary(double milliseconds) const
+{
+    std::set<std::string> legacy;
+    for (auto &[name, value] : startup_.writes)
+        if (name.rfind("corvane.", 0) == 0)
+            legacy.insert(name);
+    long lines = std::count(startup_.log.begin(), startup_.log.end(), '\n');
+    char text[256];
+    snprintf(text, sizeof text,
+             "start-up: %ld registrations, %zu legacy nodes mirrored (%zu writes), %ld log lines, %.0f ms "
+             "(\"startup\" shows it all)",
+             sim::listen_calls(), legacy.size(), startup_.writes.size(), lines, milliseconds);
+    return text;
 }
 
 // An action's record holds everything since the previous action ended, so
@@ -187,9 +263,14 @@ void ScriptRunner::end_action()
     fflush(stdout);
     last_ = sim::take_record();
     trace_since_check_.insert(trace_since_check_.end(), last_.trace.begin(), last_.trace.end());
-    if (console_)
-        for (auto &[name, value] : last_.writes)
-            printf("  => %s = %s\n", name.c_str(), value.c_str());
+    if (!quiet_)
+        print_writes(last_);
+}
+
+void ScriptRunner::print_writes(const sim::Record &record)
+{
+    for (auto &[name, value] : record.writes)
+        note("  => " + sim::escape(name) + " = " + sim::escape(value));
 }
 
 void ScriptRunner::client_set(Arguments &arguments)
@@ -203,6 +284,8 @@ void ScriptRunner::client_write(const std::string &name, const std::string &valu
     begin_action();
     sim::client_write(name, value);
     end_action();
+    if (sim::listener_count(name) == 0)
+        note("stored; no handler listens on " + sim::escape(name));
 }
 
 // One line of a mapping table: "set NAME VALUE" and "expect-write NATIVE
@@ -245,6 +328,9 @@ void ScriptRunner::call(Arguments &arguments)
         fail("no routine named " + name);
         return;
     }
+    if (console_ && is_layout(name) && !(sim::head_state().home_flag & 1))
+        note("note: the layouts start from the home position; B is not on its home stop, so run "
+             "\"call ptztohome\" first (or \"call cb_corvane_ptz_home corvane.ptzstatus ptz-360\", which homes)");
     std::function<void()> work;
     switch (routine->kind) {
     case RoutineKind::handler: {
@@ -369,10 +455,19 @@ void ScriptRunner::dump(Arguments &arguments)
         printf("%s = %s\n", name.c_str(), sim::escape(value).c_str());
 }
 
-void ScriptRunner::help(Arguments &)
+void ScriptRunner::help(Arguments &arguments)
 {
+    std::string topic = arguments.word();
+    if (!topic.empty() && topic != "script") {
+        fail("usage: help [script]");
+        return;
+    }
+    bool interactive = topic.empty();
     for (const CommandEntry &entry : commands_)
-        printf("  %s\n", entry.usage);
+        if (entry.interactive == interactive)
+            printf("  %-27s %s\n", entry.synopsis, entry.description);
+    if (interactive)
+        printf("  (help script: the scripting commands; Tab completes commands and node names)\n");
 }
 
 void ScriptRunner::quit(Arguments &)
@@ -511,9 +606,78 @@ void ScriptRunner::head(Arguments &arguments)
 void ScriptRunner::svg(Arguments &arguments)
 {
     std::string path = arguments.rest();
+    if (path.empty())
+        path = "corvane-head.svg";
     std::ofstream out(path);
-    if (path.empty() || !(out << head_svg(sim::head_state())))
+    if (!(out << head_svg(sim::head_state()))) {
         fail("svg: cannot write '" + path + "'");
+        return;
+    }
+    char *absolute = realpath(path.c_str(), nullptr);
+    note("wrote " + std::string(absolute ? absolute : path.c_str()) + " (open it in a browser)");
+    free(absolute);
+}
+
+// The command runs on a thread of its own while the head is redrawn in
+// place; the motors are slowed to a pace that can be watched, and the
+// daemon's output is shown once the command has finished.
+void ScriptRunner::watch(Arguments &arguments)
+{
+    arguments.skip_blanks();
+    std::string command = arguments.line.substr(arguments.position);
+    if (!console_ || !terminal_) {
+        execute(command, line_);
+        return;
+    }
+    int line = line_;
+    long pace = sim::head_pace();
+    sim::set_head_pace(kWatchPace);
+    sim::set_stdout_echo(false);
+    quiet_ = true;
+    std::atomic<bool> done{false};
+    std::thread worker([this, &command, line, &done] {
+        execute(command, line);
+        done = true;
+    });
+    int drawn = 0;
+    for (bool last = false; !last;) {
+        last = done;
+        std::string view = head_text(sim::head_state());
+        if (drawn > 0)
+            fprintf(terminal_, "\x1b[%dA", drawn);
+        drawn = 0;
+        for (size_t start = 0; start < view.size(); ++drawn) {
+            size_t end = view.find('\n', start);
+            fprintf(terminal_, "\x1b[2K%s\n", view.substr(start, end - start).c_str());
+            start = end == std::string::npos ? view.size() : end + 1;
+        }
+        fflush(terminal_);
+        if (!last)
+            usleep(kWatchRedraw);
+    }
+    worker.join();
+    quiet_ = false;
+    sim::set_head_pace(pace);
+    sim::set_stdout_echo(true);
+    fputs(last_.log.c_str(), terminal_);
+    print_writes(last_);
+}
+
+void ScriptRunner::startup(Arguments &)
+{
+    FILE *out = console_ && terminal_ ? terminal_ : stdout;
+    fputs(startup_.log.c_str(), out);
+    for (auto &[name, value] : startup_.writes)
+        fprintf(out, "  => %s = %s\n", sim::escape(name).c_str(), sim::escape(value).c_str());
+}
+
+void ScriptRunner::history(Arguments &)
+{
+    if (!history_lines_)
+        return;
+    std::vector<std::string> lines = history_lines_();
+    for (size_t i = 0; i < lines.size(); ++i)
+        note(std::to_string(i + 1) + "  " + lines[i]);
 }
 
 // The files are read one after the other as one expected trace; a run of

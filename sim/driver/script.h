@@ -2,6 +2,7 @@
 #ifndef SIM_DRIVER_SCRIPT_H
 #define SIM_DRIVER_SCRIPT_H
 
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,21 +19,32 @@ public:
     bool wants_exit() const { return exit_requested_; }
     void set_daemon_status(int status) { daemon_status_ = status; }
 
-    // Console mode: writes are echoed after each action, "get"/"dump" print.
-    void set_console(bool console) { console_ = console; }
+    // Console mode: each action's writes and notes go to `terminal` (which
+    // is not recorded); `history` lists what `lines` returns.
+    void set_console(FILE *terminal, std::function<std::vector<std::string>()> lines);
+    // Command words, for completion; `interactive`: only those "help" lists.
+    static std::vector<std::string> command_words(bool interactive);
+    // What the start-up did, in one line.
+    std::string startup_summary(double milliseconds) const;
 
 private:
     struct Arguments;
     using Command = void (ScriptRunner::*)(Arguments &);
+    static constexpr int kRest = -1;
     struct CommandEntry {
         const char *word;
         Command command;
-        const char *usage;
+        int min_words;
+        int max_words;
+        bool interactive;
+        const char *synopsis;
+        const char *description;
     };
     static const CommandEntry commands_[];
 
     void begin_action();
     void end_action();
+    void print_writes(const sim::Record &record);
     void fail(const std::string &what);
 
     void client_set(Arguments &);
@@ -70,6 +82,10 @@ private:
     void check_trace(Arguments &);
     void clear_trace(Arguments &);
     void lockstep(Arguments &);
+    void watch(Arguments &);
+    void startup(Arguments &);
+    void history(Arguments &);
+    void note(const std::string &text);
     void autofocus(Arguments &);
     void af_clear_after(Arguments &);
     void expect_focus(Arguments &);
@@ -77,7 +93,11 @@ private:
 
 public:
     // The start-up's record, for expectations before the first action.
-    void take_startup_record() { last_ = sim::take_record(); }
+    void take_startup_record()
+    {
+        last_ = sim::take_record();
+        startup_ = last_;
+    }
 
 private:
 
@@ -85,6 +105,10 @@ private:
     int line_ = 0;
     int failures_ = 0;
     bool console_ = false;
+    bool quiet_ = false;  // a watched command: the console prints its record afterwards
+    FILE *terminal_ = nullptr;
+    std::function<std::vector<std::string>()> history_lines_;
+    sim::Record startup_;
     bool exit_requested_ = false;
     int daemon_status_ = -1;
     long last_result_ = 0;

@@ -49,6 +49,18 @@ void deliver(const std::string &name, const std::string &value)
         callback(name.c_str(), value.c_str());
 }
 
+std::mutex watch_mutex;
+std::vector<WriteWatcher> watchers;
+
+// Every change of a node made in this process, for viewers, before it is
+// stored (so a client's write shows before the daemon's answers to it).
+void tell_watchers(const std::string &name, const std::string &value, Writer writer)
+{
+    std::lock_guard<std::mutex> lock(watch_mutex);
+    for (const WriteWatcher &watcher : watchers)
+        watcher(name, value, writer);
+}
+
 std::unique_ptr<NodeStore> &store()
 {
     static std::unique_ptr<NodeStore> chosen = make_local_store(deliver);
@@ -56,6 +68,24 @@ std::unique_ptr<NodeStore> &store()
 }
 
 } // namespace
+
+const char *writer_name(Writer writer)
+{
+    static const char *const names[] = {"corvaned", "client", "device", "sim"};
+    return names[static_cast<int>(writer)];
+}
+
+void watch_writes(WriteWatcher watcher)
+{
+    std::lock_guard<std::mutex> lock(watch_mutex);
+    watchers.push_back(std::move(watcher));
+}
+
+void publish(const std::string &name, const std::string &value)
+{
+    tell_watchers(name, value, Writer::simulator);
+    store()->write_quiet(name, value);
+}
 
 bool use_bus(const std::string &address, std::string *error)
 {
@@ -114,17 +144,21 @@ void reset_bus()
     read_faults.clear();
     bus_released = false;
     registrations = 0;
+    std::lock_guard<std::mutex> watching(watch_mutex);
+    watchers.clear();
 }
 
 void client_write(const std::string &name, const std::string &value)
 {
     if (recording())
         trace("client " + escape_name(name) + " " + escape(value));
+    tell_watchers(name, value, Writer::client);
     store()->write(name, value);
 }
 
 void device_write(const std::string &name, const std::string &value)
 {
+    tell_watchers(name, value, Writer::device);
     store()->write_quiet(name, value);
 }
 
@@ -245,6 +279,7 @@ extern "C" int nbus_set(const char *name, const char *value)
         std::lock_guard<std::mutex> lock(bus_mutex);
         record_locked(BusCall::set, name, value, 0);
     }
+    tell_watchers(name, value, Writer::daemon);
     store()->write(name, value);
     return 0;
 }

@@ -51,6 +51,11 @@ HeadState head_state();
 // Forgets the head; the next controller call sets it up again from the
 // "@mcu.*" parameters.
 void reset_head();
+// Real microseconds each busy poll takes while a motor moves (0: none, the
+// default), so that a viewer can follow a motion; the model's clock and the
+// trace are the same at any pace.
+void set_head_pace(long microseconds);
+long head_pace();
 // Free steps between carrier k and the next carrier forward (k + 1 mod 4).
 long head_gap(const HeadState &state, int carrier);
 // Pan angle of a carrier in degrees from B's home stop, 0..360.

@@ -20,6 +20,8 @@
 // quantum, polls_per_quantum. "@collide=A,B,C,D" and "@home_flag=N" force
 // the collision bytes and the home-switch byte (empty: the model decides).
 #include <algorithm>
+#include <atomic>
+#include <ctime>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -70,6 +72,7 @@ bool set_up = false;
 HeadState head;
 long limits[kHeadKinds][kHeadMotors];
 long poll_counters[kHeadKinds][kHeadMotors];
+std::atomic<long> pace{0};
 std::mt19937 focus_noise[kHeadMotors];
 long focus_read_counts[kHeadMotors];
 std::function<void(int, long)> focus_read_hook;
@@ -335,14 +338,29 @@ int set_info(HeadKind kind, const char *call, int motor, int speed, int limit)
     return 0;
 }
 
+bool any_moving_locked()
+{
+    for (const auto &kind : head.motors)
+        for (const HeadMotor &motor : kind)
+            if (motor.remaining > 0)
+                return true;
+    return false;
+}
+
 int busy_status(HeadKind kind, const char *call, int motor, unsigned char *busy)
 {
     int value = 0;
+    bool moving = false;
     {
         std::lock_guard<std::mutex> lock(head_mutex);
         ensure_set_up_locked();
         value = valid_motor(motor) && head.motors[kind][motor].remaining > 0 ? 1 : 0;
+        moving = any_moving_locked();
         advance_locked();
+    }
+    if (long microseconds = pace.load(); moving && microseconds > 0) {
+        timespec duration = {microseconds / 1000000, (microseconds % 1000000) * 1000};
+        nanosleep(&duration, nullptr);
     }
     if (busy)
         *busy = static_cast<unsigned char>(value);
@@ -363,6 +381,16 @@ HeadState head_state()
     refresh_reports_locked();
     refresh_focus_locked();
     return head;
+}
+
+void set_head_pace(long microseconds)
+{
+    pace = std::max(0L, microseconds);
+}
+
+long head_pace()
+{
+    return pace;
 }
 
 long head_sharpness(const HeadState &state, int motor)

@@ -39,6 +39,16 @@ void device_write(const std::string &name, const std::string &value);
 void remove_node(const std::string &name);
 std::optional<std::string> node(const std::string &name);
 std::map<std::string, std::string> nodes_with_prefix(const std::string &prefix);
+// A write by the simulator itself (the head's state under "sim."): stored
+// and delivered, but neither traced nor part of any record.
+void publish(const std::string &name, const std::string &value);
+// Who changed a node, for viewers.
+enum class Writer { daemon, client, device, simulator };
+const char *writer_name(Writer writer);
+// Called on every change of the store, in order, with the bus locked: a
+// watcher copies what it needs and returns; it must not use the bus.
+using WriteWatcher = std::function<void(const std::string &name, const std::string &value, Writer writer)>;
+void watch_writes(WriteWatcher watcher);
 // Reads of `name` fail with `code` (0 clears the fault).
 void set_read_fault(const std::string &name, int code);
 // Runs `work` on the bus thread, as a handler would run, and waits until idle.
@@ -59,6 +69,9 @@ struct Record {
 Record take_record();
 // Routes standard output through the simulator so it is recorded as well.
 void capture_stdout();
+// Whether captured output also reaches the terminal (on by default); the
+// console holds the start-up's output back and shows a summary instead.
+void set_stdout_echo(bool on);
 void open_trace(const std::string &path);
 void trace(const std::string &line, bool poll = false);
 // Called after every focus value read with the sensor and its reads so far

@@ -277,12 +277,16 @@ std::string routine_name(const void *routine)
 
 namespace {
 
+std::atomic<bool> echo{true};
+
 ssize_t write_captured(void *, const char *data, size_t size)
 {
     {
         std::lock_guard<std::mutex> lock(state_mutex);
         current.log.append(data, size);
     }
+    if (!echo)
+        return static_cast<ssize_t>(size);
     size_t done = 0;
     while (done < size) {
         ssize_t written = write(STDOUT_FILENO, data + done, size - done);
@@ -296,6 +300,11 @@ ssize_t write_captured(void *, const char *data, size_t size)
 }
 
 } // namespace
+
+void set_stdout_echo(bool on)
+{
+    echo = on;
+}
 
 void capture_stdout()
 {

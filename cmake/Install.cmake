@@ -1,0 +1,68 @@
+# Install rules, in two components:
+#   daemon: corvaned, its init script and systemd unit, its man page
+#           (and the simulated camera's library when corvaned links it shared);
+#   host:   corvane-sim and the other host tools, the device files, their man pages.
+# Firmware build systems that install their own init files turn
+# CORVANE_INIT_FILES off.
+option(CORVANE_INIT_FILES "Install the init script and the systemd unit" ON)
+set(CORVANE_SYSTEMD_UNIT_DIR ${CMAKE_INSTALL_PREFIX}/lib/systemd/system
+  CACHE PATH "Where the systemd unit goes")
+
+find_program(SCDOC scdoc)
+if(SCDOC)
+  set(man_default ON)
+else()
+  set(man_default OFF)
+endif()
+option(CORVANE_MAN_PAGES "Build and install the man pages (needs scdoc)" ${man_default})
+
+install(TARGETS corvaned RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
+if(TARGET corvane-platform-sim)
+  install(TARGETS corvane-platform-sim LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT daemon NAMELINK_SKIP)
+endif()
+
+# The init files name the daemon by its installed path.
+function(corvane_install_init_file source destination name permissions)
+  file(READ ${CMAKE_SOURCE_DIR}/${source} text)
+  string(REPLACE "/usr/sbin/" "${CMAKE_INSTALL_FULL_SBINDIR}/" text "${text}")
+  file(WRITE ${CMAKE_BINARY_DIR}/init/${name} "${text}")
+  install(FILES ${CMAKE_BINARY_DIR}/init/${name} DESTINATION ${destination}
+    PERMISSIONS ${permissions} COMPONENT daemon)
+endfunction()
+if(CORVANE_INIT_FILES)
+  corvane_install_init_file(packaging/buildroot/package/corvaned/S80corvaned
+    ${CMAKE_INSTALL_FULL_SYSCONFDIR}/init.d corvaned
+    "OWNER_READ;OWNER_WRITE;OWNER_EXECUTE;GROUP_READ;GROUP_EXECUTE;WORLD_READ;WORLD_EXECUTE")
+  corvane_install_init_file(packaging/systemd/corvaned.service
+    ${CORVANE_SYSTEMD_UNIT_DIR} corvaned.service "OWNER_READ;OWNER_WRITE;GROUP_READ;WORLD_READ")
+endif()
+
+install(TARGETS corvane-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+if(TARGET corvane-bus)
+  install(TARGETS corvane-bus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+endif()
+file(GLOB device_files ${CMAKE_SOURCE_DIR}/sim/devices/*.dev)
+install(FILES ${device_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/corvaned/devices COMPONENT host)
+
+# Man pages: docs/man/NAME.SECTION.scd, installed with the component of
+# their program.
+function(corvane_man_page name section component)
+  set(page ${CMAKE_BINARY_DIR}/man/${name}.${section})
+  add_custom_command(OUTPUT ${page}
+    COMMAND ${SCDOC} < ${CMAKE_SOURCE_DIR}/docs/man/${name}.${section}.scd > ${page}
+    DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/${name}.${section}.scd VERBATIM)
+  add_custom_target(man-${name} ALL DEPENDS ${page})
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endfunction()
+if(CORVANE_MAN_PAGES)
+  if(NOT SCDOC)
+    message(FATAL_ERROR "CORVANE_MAN_PAGES needs scdoc (apt-get install scdoc), or turn it off")
+  endif()
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/man)
+  corvane_man_page(corvaned 8 daemon)
+  corvane_man_page(corvane-sim 1 host)
+  if(TARGET corvane-bus AND EXISTS ${CMAKE_SOURCE_DIR}/docs/man/corvane-bus.1.scd)
+    corvane_man_page(corvane-bus 1 host)
+  endif()
+endif()

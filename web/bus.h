@@ -1,0 +1,35 @@
+// corvane-web's view of the configuration bus: what a client of the bus
+// can do (read, write, list, follow every write with its writer). One
+// implementation hosts the daemon on the in-process simulated camera.
+#ifndef WEB_BUS_H
+#define WEB_BUS_H
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct BusChange {
+    std::string name;
+    std::string value;
+    std::string writer;
+};
+
+class WebBus {
+public:
+    virtual ~WebBus() = default;
+    // Where the bus is, for the page's header ("in-process simulated camera").
+    virtual std::string describe() const = 0;
+    virtual std::optional<std::string> get(const std::string &name) = 0;
+    // Nodes whose name begins with `prefix`, sorted by name.
+    virtual std::vector<std::pair<std::string, std::string>> dump(const std::string &prefix) = 0;
+    // A client write; empty on success, else why it failed.
+    virtual std::string set(const std::string &name, const std::string &value) = 0;
+    // `on_change` is called for every write from now on, from a thread of
+    // the bus; it copies what it needs and returns.
+    virtual void watch(std::function<void(const BusChange &)> on_change) = 0;
+};
+
+#endif
