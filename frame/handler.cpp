@@ -8,8 +8,7 @@ bool handler_entered(const char *function, int line, const char *name, const cha
 {
     if (!service.ready)
         return false;
-    log_prefix(function, line);
-    log_message("Enter %s = %s!!\n", name, value);
+    log_line(function, line, "Enter %s = %s!!\n", name, value);
     return true;
 }
 

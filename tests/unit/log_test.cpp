@@ -2,6 +2,7 @@
 // text unchanged; and the plain daemon's clock is real time.
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -65,6 +66,72 @@ TEST(LogOutput, TextLongerThanTheBufferArrivesWhole)
         joined += piece;
     EXPECT_NE(joined.find(": Set corvane.long = " + value + " done!!\n"), std::string::npos);
     EXPECT_EQ(joined.back(), '\n');
+}
+
+// The lines of every handler call are put together without printf; they
+// must read exactly as printf prints them, one write a line.
+class LogStringLine : public ::testing::TestWithParam<std::string> {};
+
+template <typename Print>
+void expect_one_write_as_printf(const std::string &expected_message, Print print)
+{
+    int line = 0;
+    std::vector<std::string> writes = writes_of([&] { line = print(); });
+    ASSERT_EQ(writes.size(), 1u);
+    EXPECT_EQ(writes[0], "[operator()]-" + std::to_string(line) + ": " + expected_message);
+}
+
+std::string printed(const char *format, ...) __attribute__((format(printf, 1, 2)));
+std::string printed(const char *format, ...)
+{
+    char text[2048];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    return text;
+}
+
+TEST_P(LogStringLine, ReadsAsPrintfInOneWrite)
+{
+    const char *value = GetParam().c_str();
+    expect_one_write_as_printf(printed("Enter %s = %s!!\n", "corvane.sensor", value), [&] {
+        LOG("Enter %s = %s!!\n", "corvane.sensor", value);
+        return __LINE__ - 1;
+    });
+    expect_one_write_as_printf(printed("Set %s = %s done!!\n", value, value), [&] {
+        LOG("Set %s = %s done!!\n", value, value);
+        return __LINE__ - 1;
+    });
+    expect_one_write_as_printf(printed("Set %s(%s) by %s = %s done!!\n", "corvane.sensor", value, "system.info.sensor", value), [&] {
+        LOG("Set %s(%s) by %s = %s done!!\n", "corvane.sensor", value, "system.info.sensor", value);
+        return __LINE__ - 1;
+    });
+    expect_one_write_as_printf(printed("%s%% of %s%%%s\n", value, value, value), [&] {
+        LOG("%s%% of %s%%%s\n", value, value, value);
+        return __LINE__ - 1;
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Values, LogStringLine,
+                         ::testing::Values("", "on-0", "100%", "%s%d%n", "%%", "caf\xc3\xa9 \xe6\x97\xa5\xe6\x9c\xac",
+                                           "tab\there", std::string(240, 'v')));
+
+TEST(LogOutput, NullStringReadsAsPrintf)
+{
+    const char *volatile missing = nullptr;
+    expect_one_write_as_printf(printed("Enter %s = %s!!\n", "corvane.sensor", missing), [&] {
+        LOG("Enter %s = %s!!\n", "corvane.sensor", missing);
+        return __LINE__ - 1;
+    });
+}
+
+TEST(LogOutput, OtherConversionsStillGoThroughPrintf)
+{
+    expect_one_write_as_printf(printed("%3s|%-4s|%.2s|%d|%x\n", "a", "b", "cdef", -12, 255u), [&] {
+        LOG("%3s|%-4s|%.2s|%d|%x\n", "a", "b", "cdef", -12, 255u);
+        return __LINE__ - 1;
+    });
 }
 
 TEST(SimClock, PlainDaemonRunsInRealTime)
