@@ -16,7 +16,7 @@ bool answer_info_option(int argc, char **argv, const char *name, const char *hel
         return true;
     }
     if (strcmp(argv[1], "--help") == 0) {
-        fputs(help, stdout);
+        (void)fputs(help, stdout);
         return true;
     }
     return false;

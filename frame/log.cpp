@@ -109,7 +109,7 @@ void log_line(const char *function, int line, const char *format, ...)
         out.hand_over();
     } else {
         out.hand_over();
-        vfprintf(stdout, format, args);
+        (void)vfprintf(stdout, format, args);
     }
     funlockfile(stdout);
     va_end(args);

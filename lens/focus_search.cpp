@@ -33,6 +33,12 @@
 
 namespace {
 
+// Noise alone never takes a quarter off a reading.
+bool fell_a_quarter(uint32_t value, uint32_t best)
+{
+    return static_cast<uint64_t>(value) * 4 < static_cast<uint64_t>(best) * 3;
+}
+
 constexpr int kFitSamples = 16;      // fine samples each side of the peak in the fit
 constexpr int kReadsPerSample = 2;   // frames averaged per fine sample
 constexpr int kReadsNearStop = 8;    // ... when the peak may lie at a stop (seen from one side only)
@@ -178,8 +184,7 @@ void CameraSearch::moved(uint32_t value)
             best_ = value;
             best_at_ = word_;
         }
-        // noise alone never takes a quarter off a reading
-        passed_ = counter_.passed(profile.cut) && uint64_t{value} * 4 < uint64_t{best_} * 3;
+        passed_ = counter_.passed(profile.cut) && fell_a_quarter(value, best_);
         if (passed_ || word_ >= travel())
             end_coarse();
         return;
@@ -330,7 +335,9 @@ double fit_focus_peak(const int32_t *positions, const uint32_t *values, int coun
     const double grid = step / 4.0;
     double best = first;
     double best_residual = INFINITY;
-    for (double p = from; p <= to; p += grid) {
+    const int points = to >= from ? static_cast<int>((to - from) / grid) : -1;
+    for (int i = 0; i <= points; ++i) {
+        const double p = from + i * grid;
         double r = residual(p);
         if (r < best_residual) {
             best_residual = r;

@@ -24,6 +24,6 @@ echo "=== gcc -fanalyzer"
 # positive of its C++ support.
 # shellcheck disable=SC2086
 printf '%s\n' $sources | xargs -P "$jobs" -I{} \
-    g++ -std=c++20 -I . -O1 -fanalyzer -Wno-analyzer-null-argument -Wall -Wextra -Werror -Wformat=2 \
+    g++ -std=c++20 -I . -I "$dir/generated" -O1 -fanalyzer -Wno-analyzer-null-argument -Wall -Wextra -Werror -Wformat=2 \
     -c {} -o /dev/null
 echo "static analysis: no findings"
