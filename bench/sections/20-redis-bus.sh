@@ -66,4 +66,14 @@ device (4 sensors). Client and daemon are separate processes unless noted.
 | burst of $(key "$dir/burst" burst_writes) pipelined client writes: accepted by the server | $(key "$dir/burst" burst_accepted_per_s) writes/s |
 | the same burst: handled by the daemon (last native write seen) | $(key "$dir/burst" burst_handled_per_s) writes/s |
 
+The start-up ratio says as much about the processor's idle states as about
+the work. Each delivered write costs two round trips (the write, then the
+bus thread reading it back from the stream), so about 1.33 is the ratio
+this design can reach. On an idle 2-core machine the floor's client sleeps
+in every reply and pays the wake-up each time, while the daemon's writer
+spins briefly before it waits, so the ratio can fall below 1. With both
+cores busy the floor is fast and the start-up, whose bus thread has to
+compete for a processor, is slow (ratios of 1.3 to 5.6 were seen that way).
+Compare runs made on the same machine in the same state only.
+
 TEXT
