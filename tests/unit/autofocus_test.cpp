@@ -16,6 +16,7 @@
 #include "sim/driver/head.h"
 #include "sim/platform/head.h"
 #include "sim/platform/sim.h"
+#include "tests/unit/test_support.h"
 
 namespace {
 
@@ -45,21 +46,16 @@ struct SavedWords {
     }
 };
 
-class AutofocusTest : public ::testing::Test {
+class AutofocusTest : public SimBusTest {
 protected:
     void SetUp() override
     {
-        static bool captured = [] {
-            sim::capture_stdout();
-            return true;
-        }();
-        (void)captured;
-        sim::reset();
+        SimBusTest::SetUp();
         saved_.save();
     }
     void TearDown() override
     {
-        sim::reset();
+        SimBusTest::TearDown();
         saved_.restore();
     }
 
