@@ -4,6 +4,7 @@
 #include "handlers/network/addressing.h"
 
 #include <cstdint>
+#include <cstring>
 
 #include "frame/context.h"
 #include "frame/handler.h"
@@ -65,6 +66,19 @@ void align_option_bit(const char *handler, const char *name, const char *value, 
     format_into(number, "%d", wanted ? (current | bit) : (current & ~bit));
     nbus_set(kNetopt, number);
     LOG_AS(handler, "Set %s(%s) by %s = %s done!!\n", name, value, kNetopt, number);
+}
+
+// True when "corvane.netopt" no longer holds `value`: a later write of the
+// word is on its way and fans out itself. Without this test, two writes of
+// the word in flight (two clients at once, or a word longer than the 8 bytes
+// the switches read) make the switches and the word correct each other for
+// ever. A failed read tells nothing, so the fan-out goes ahead.
+bool option_word_superseded(const char *value)
+{
+    char stored[64];
+    if (read_node(kNetopt, stored) != 0)
+        return false;
+    return strncmp(stored, value, sizeof stored - 1) != 0;
 }
 
 } // namespace
@@ -165,10 +179,15 @@ void cb_corvane_ipv6enabled(const char *name, const char *value)
 
 // Fans the bit set out to the three legacy switches; their handlers write the
 // native nodes and find their bit already in line, so the cascade ends there.
+// Only the word's latest value is fanned out (see option_word_superseded).
 void cb_corvane_netopt(const char *name, const char *value)
 {
     if (!ENTERED(name, value))
         return;
+    if (option_word_superseded(value)) {
+        LOG("Skip %s = %s, superseded!!\n", name, value);
+        return;
+    }
     int32_t options = parse_decimal(value);
     for (const OptionSwitch &option : option_switches) {
         char current[8];

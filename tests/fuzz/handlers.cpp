@@ -46,14 +46,7 @@ const Family families[] = {
     {"lens", {LENS_COMMAND_ROUTINES(HANDLER_IN_LIST) PTZ_ROUTINES(HANDLER_IN_LIST) LAYOUT_ROUTINES(HANDLER_IN_LIST)}},
 };
 
-// Not called directly: under another node's name it fans out switch words
-// that disagree with the stored option word, and as the kept comparison
-// always writes, the switches and the word then correct each other for ever
-// (docs/safety.md). Its client writes are fuzzed like every other.
-const Handler not_called_directly[] = {cb_corvane_netopt};
-
 const Family *family;
-std::vector<Handler> direct_routines;  // the family's routines that direct calls pick from
 std::vector<std::string> registered_names;  // the family's legacy nodes, in name order
 
 } // namespace
@@ -65,10 +58,6 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
             family = &candidate;
     if (!family)
         abort();
-    for (Handler routine : family->routines)
-        if (std::find(std::begin(not_called_directly), std::end(not_called_directly), routine) ==
-            std::end(not_called_directly))
-            direct_routines.push_back(routine);
     start_daemon();
     std::set<const void *> routines;
     for (Handler routine : family->routines)
@@ -91,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         auto pick = std::lower_bound(registered_names.begin(), registered_names.end(), name);
         sim::client_write(pick == registered_names.end() ? registered_names.front() : *pick, value);
     } else {
-        Handler routine = direct_routines[data[1] % direct_routines.size()];
+        Handler routine = family->routines[data[1] % family->routines.size()];
         std::string value(reinterpret_cast<const char *>(data + 2), size - 2);
         std::string name = take_line(&value);
         sim::run_on_bus([&] { routine(name.c_str(), value.c_str()); });
