@@ -31,6 +31,10 @@ void load_default_device()
 {
     static std::once_flag loaded;
     std::call_once(loaded, [] {
+        // The daemon's pauses (a layout's one-second settle, the homing
+        // waits) shrink ten thousand times, as the head's moves do not
+        // depend on them: thousands of inputs a second, not tens.
+        sim::set_time_divisor(10000);
         std::string error;
         if (!sim::load_device(CORVANE_DEFAULT_DEVICE, &error)) {
             fprintf(stderr, "%s\n", error.c_str());

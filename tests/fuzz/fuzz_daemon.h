@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string>
 
-// Loads the default device and routes the daemon's log into the records
-// (not onto the terminal). Idempotent.
+// Loads the default device, shortens the daemon's pauses and routes its log
+// into the records (not onto the terminal). Idempotent.
 void load_default_device();
 // load_default_device, then the daemon's start-up on its own main thread;
 // returns once the main loop ticks.
