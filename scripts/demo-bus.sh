@@ -37,7 +37,7 @@ if [ "$(redis-cli -s "$socket" hlen corvane:nodes)" = 0 ]; then
     echo "loaded sim/devices/default.dev into the bus"
 fi
 
-CORVANE_SIM_DEVICE=$PWD/sim/devices/default.dev stdbuf -oL "$build/corvaned" >"$run/corvaned.log" 2>&1 &
+CORVANE_SIM_DEVICE=$PWD/sim/devices/default.dev "$build/corvaned" >"$run/corvaned.log" 2>&1 &
 daemon=$!
 tries=0
 until grep -q "MCU Version" "$run/corvaned.log"; do

@@ -51,7 +51,8 @@ stop_redis() {
 }
 
 # corvaned as its own process on the bus, its standard output and error in
-# $REDIS_DIR/daemon.out and daemon.err (line-buffered, for the tests to read).
+# $REDIS_DIR/daemon.out and daemon.err (the daemon line-buffers its log, so
+# a test reads each line as it is written).
 # CORVANE_TEST_DAEMON names another build of it (corvaned-redis).
 #   start_daemon BUILD_DIR     sets DAEMON_PID
 #   daemon_started             true once start-up has finished
@@ -59,10 +60,8 @@ stop_redis() {
 DAEMON_PID=
 
 start_daemon() {
-    # stdbuf preloads a library, which the sanitizer build must be told to accept.
-    ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0 \
-        CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
-        stdbuf -oL -eL "$1/${CORVANE_TEST_DAEMON:-corvaned}" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
+    CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
+        "$1/${CORVANE_TEST_DAEMON:-corvaned}" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
     DAEMON_PID=$!
 }
 
