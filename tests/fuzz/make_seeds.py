@@ -6,7 +6,8 @@ of a built corvane-sim (it names the registered nodes and their routines):
     tests/fuzz/make_seeds.py build/host/corvane-sim
 
 Seeds are named by the SHA-1 of their content, as libFuzzer names its
-inputs; inputs that once crashed a target are kept beside them as crash-*."""
+inputs; inputs that once crashed or hung a target are kept beside them as
+crash-* or timeout-*."""
 import glob
 import hashlib
 import os
