@@ -14,25 +14,16 @@
 
 namespace {
 
-void expand_camera_pattern(benchmark::State &state)
+void expand_name(benchmark::State &state, const char *pattern)
 {
     char name[128];
     for (auto _ : state) {
-        expand_pattern(name, "corvane.cam%d.mdsensitivity", 3);
+        expand_pattern(name, pattern, 3);
         benchmark::DoNotOptimize(name);
     }
 }
-BENCHMARK(expand_camera_pattern);
-
-void expand_fixed_name(benchmark::State &state)
-{
-    char name[128];
-    for (auto _ : state) {
-        expand_pattern(name, "corvane.subnetmask", 3);
-        benchmark::DoNotOptimize(name);
-    }
-}
-BENCHMARK(expand_fixed_name);
+BENCHMARK_CAPTURE(expand_name, camera_pattern, "corvane.cam%d.mdsensitivity");
+BENCHMARK_CAPTURE(expand_name, fixed_name, "corvane.subnetmask");
 
 void read_camera_digit(benchmark::State &state)
 {

@@ -100,22 +100,13 @@ double percentile(std::vector<double> values, double fraction)
     return values[std::min(values.size() - 1, static_cast<size_t>(fraction * static_cast<double>(values.size())))];
 }
 
-int latency(const std::string &address, long count)
+int latency(corvane::bus::Client &client, corvane::bus::Reader &reader, long count)
 {
-    std::string error;
-    auto client = corvane::bus::Client::connect(address, &error);
-    corvane::bus::Address parsed;
-    corvane::bus::parse_address(address, &parsed, &error);
-    corvane::bus::Reader reader(parsed);
-    if (!client || !reader.start(&error)) {
-        fprintf(stderr, "corvane-bus-bench: %s\n", error.c_str());
-        return 3;
-    }
     std::vector<double> microseconds;
     for (long i = 0; i < count; ++i) {
         std::string legacy = std::to_string(i % 100);
         Clock::time_point start = Clock::now();
-        client->set("corvane.cam1.brightness", legacy);
+        client.set("corvane.cam1.brightness", legacy);
         if (!await(reader, "image.cam1.brightness", std::to_string(i % 100 + 50))) {
             fprintf(stderr, "corvane-bus-bench: the daemon did not answer write %ld\n", i);
             return 1;
@@ -127,23 +118,14 @@ int latency(const std::string &address, long count)
     return 0;
 }
 
-int burst(const std::string &address, long count)
+int burst(corvane::bus::Client &client, corvane::bus::Reader &reader, long count)
 {
-    std::string error;
-    auto client = corvane::bus::Client::connect(address, &error);
-    corvane::bus::Address parsed;
-    corvane::bus::parse_address(address, &parsed, &error);
-    corvane::bus::Reader reader(parsed);
-    if (!client || !reader.start(&error)) {
-        fprintf(stderr, "corvane-bus-bench: %s\n", error.c_str());
-        return 3;
-    }
     std::vector<corvane::bus::Node> writes;
     for (long i = 1; i <= count; ++i)
         writes.push_back({"corvane.cam2.brightness", std::to_string(i)});
     Clock::time_point start = Clock::now();
-    if (client->set_all(writes) != Status::ok) {
-        fprintf(stderr, "corvane-bus-bench: %s\n", client->error().c_str());
+    if (client.set_all(writes) != Status::ok) {
+        fprintf(stderr, "corvane-bus-bench: %s\n", client.error().c_str());
         return 3;
     }
     double accepted = seconds_since(start);
@@ -157,6 +139,22 @@ int burst(const std::string &address, long count)
     return 0;
 }
 
+// Runs `measure` with a client of ADDRESS and a reader of its changes.
+int with_client_and_reader(const std::string &address, long count,
+                           int (*measure)(corvane::bus::Client &, corvane::bus::Reader &, long))
+{
+    std::string error;
+    auto client = corvane::bus::Client::connect(address, &error);
+    corvane::bus::Address parsed;
+    corvane::bus::parse_address(address, &parsed, &error);
+    corvane::bus::Reader reader(parsed);
+    if (!client || !reader.start(&error)) {
+        fprintf(stderr, "corvane-bus-bench: %s\n", error.c_str());
+        return 3;
+    }
+    return measure(*client, reader, count);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -165,9 +163,9 @@ int main(int argc, char **argv)
     if (argc == 4 && mode == "sync")
         return sync(argv[2], argv[3]);
     if (argc == 4 && mode == "latency")
-        return latency(argv[2], strtol(argv[3], nullptr, 10));
+        return with_client_and_reader(argv[2], strtol(argv[3], nullptr, 10), latency);
     if (argc == 4 && mode == "burst")
-        return burst(argv[2], strtol(argv[3], nullptr, 10));
+        return with_client_and_reader(argv[2], strtol(argv[3], nullptr, 10), burst);
     fprintf(stderr, "usage: corvane-bus-bench sync ADDRESS DEVICE | latency ADDRESS N | burst ADDRESS N\n");
     return 2;
 }
