@@ -203,22 +203,6 @@ TEST_F(FocusSearchTest, RandomCurvesEndWithinTwoFineSteps)
     }
 }
 
-TEST_F(FocusSearchTest, SeveralCamerasAtOnceAndOnlyThose)
-{
-    const LensProfile &profile = lens_profiles[0];
-    const double peaks[kMaxCameras] = {200, 900, 1500, 700};
-    for (int camera = 0; camera < kMaxCameras; ++camera)
-        set_lens(camera, profile, {peaks[camera], 150, 10, 20}, camera + 7);
-    FocusResult results[kMaxCameras] = {};
-    results[2].position = -99;
-    run_focus_search("test", kModelDrive, profile, 0b1011, results);
-    for (int camera : {0, 1, 3})
-        EXPECT_NEAR(model.lenses[camera].position, peaks[camera], 2 * profile.step2) << camera;
-    EXPECT_EQ(model.lenses[2].moves, 0);
-    EXPECT_EQ(model.lenses[2].reads, 0);
-    EXPECT_EQ(results[2].position, -99);
-}
-
 // One camera's search alone or beside others gives the same result.
 TEST_F(FocusSearchTest, CamerasDoNotDisturbEachOther)
 {
@@ -249,18 +233,6 @@ TEST_F(FocusSearchTest, ClearedEnableWordStopsThatCameraOnly)
     }
 }
 
-TEST_F(FocusSearchTest, DisabledFromTheStartMovesNothing)
-{
-    set_lens(0, lens_profiles[0], {800, 150, 0, 0});
-    model.enabled[0] = false;
-    FocusResult results[kMaxCameras] = {};
-    run_focus_search("test", kModelDrive, lens_profiles[0], 1u, results);
-    EXPECT_EQ(results[0].outcome, FocusOutcome::stopped);
-    EXPECT_EQ(model.lenses[0].moves, 0);
-    EXPECT_EQ(model.polls, 0);
-}
-
-// The V fit on exact inverse-linear curves, wherever the vertex lies.
 TEST(FocusPeakFit, VertexOfExactCurves)
 {
     const struct {
