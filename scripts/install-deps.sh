@@ -4,7 +4,7 @@
 # to build/install-deps.log and one line says what was installed.
 set -e
 cd "$(dirname "$0")/.."
-packages="g++ cmake ninja-build googletest g++-arm-linux-gnueabihf qemu-user"
+packages="g++ cmake ninja-build ccache googletest g++-arm-linux-gnueabihf qemu-user"
 # the consoles, corvane-web and their tests
 packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux"
 # Packaging: the Makefile, man pages, the init script and unit checks, the
