@@ -5,11 +5,17 @@
 // "corvane.qos_default", "corvane.qos_video").
 #include "bindings/binding.h"
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "bindings/routine_list.h"
 
 namespace {
+
+// The mark of a row whose values are secrets (passwords, community strings,
+// keys).
+constexpr bool secret = true;
 
 constexpr bool holds(const char *text, std::string_view part)
 {
@@ -137,8 +143,8 @@ constexpr std::array<NodeBinding, kBindingRows> binding_table = {{
     {"corvane.cam%d.shortexposures", cb_corvane_shortexposures, "image.cam%d.exposure.lowlightshutter", n2a_shortexposures_converter},
     {"corvane.cam%d.wdr", cb_corvane_wdr, "image.cam%d.exposure.wdr", n2a_wdr_converter},
     {"corvane.cam%d.white_balance", cb_corvane_white_balance, "image.cam%d.wb.mode", n2a_white_balance_converter},
-    {"corvane.admin", cb_corvane_admin, "account.admin.password", nullptr},
-    {"corvane.viewer", cb_corvane_viewer, "account.user.password.1", n2a_copy_converter},
+    {"corvane.admin", cb_corvane_admin, "account.admin.password", nullptr, secret},
+    {"corvane.viewer", cb_corvane_viewer, "account.user.password.1", n2a_copy_converter, secret},
     {"corvane.cam%d.fps", cb_corvane_fps, "encode.cam%d.stream1.frame_rate", nullptr},
     {"corvane.cam%d.fps_sub", cb_corvane_fps, "encode.cam%d.stream2.frame_rate", nullptr},
     {"corvane.cam%d.fps_third", cb_corvane_fps, "encode.cam%d.stream3.frame_rate", nullptr},
@@ -307,7 +313,7 @@ constexpr std::array<NodeBinding, kBindingRows> binding_table = {{
     {"corvane.ftp_recording", cb_corvane_simple_set3, "event.active.ftp.enable_schedule", nullptr},
     {"corvane.ftp_server", cb_corvane_simple_set3, "event.active.ftp.server", nullptr},
     {"corvane.ftp_name", cb_corvane_simple_set3, "event.active.ftp.username", nullptr},
-    {"corvane.ftp_pwd", cb_corvane_simple_set3, "event.active.ftp.password", nullptr},
+    {"corvane.ftp_pwd", cb_corvane_simple_set3, "event.active.ftp.password", nullptr, secret},
     {"corvane.ftpport", cb_corvane_simple_set3, "event.active.ftp.port", nullptr},
     {"corvane.ftp_alm_jpgfolder", cb_corvane_simple_set3, "event.active.ftp.alarm1.server_dir", nullptr},
     {"corvane.ftp_alm_jpgprefix", cb_corvane_simple_set3, "event.active.ftp.alarm1.pre_filename", nullptr},
@@ -347,7 +353,7 @@ constexpr std::array<NodeBinding, kBindingRows> binding_table = {{
     {"corvane.smtp_sender", cb_corvane_simple_set4, "event.active.smtp.sender_email", nullptr},
     {"corvane.smtp_server", cb_corvane_simple_set4, "event.active.smtp.server", nullptr},
     {"corvane.smtp_name", cb_corvane_simple_set4, "event.active.smtp.username", nullptr},
-    {"corvane.smtp_pwd", cb_corvane_simple_set4, "event.active.smtp.password", nullptr},
+    {"corvane.smtp_pwd", cb_corvane_simple_set4, "event.active.smtp.password", nullptr, secret},
     {"corvane.smtpport", cb_corvane_simple_set4, "event.active.smtp.port", nullptr},
     {"corvane.smtp_authentication", cb_corvane_simple_set4, "event.active.smtp.authentication", nullptr},
     {"corvane.smtp_alm_subjt", cb_corvane_simple_set4, "event.active.smtp.alarm1.subject", nullptr},
@@ -365,7 +371,7 @@ constexpr std::array<NodeBinding, kBindingRows> binding_table = {{
     {"corvane.nfs_recording", cb_corvane_simple_set5, "event.active.nfs_record.enable_schedule", nullptr},
     {"corvane.nfs_server", cb_corvane_simple_set5, "event.active.nfs_record.server", nullptr},
     {"corvane.nfs_name", cb_corvane_simple_set5, "event.active.nfs_record.username", nullptr},
-    {"corvane.nfs_pwd", cb_corvane_simple_set5, "event.active.nfs_record.password", nullptr},
+    {"corvane.nfs_pwd", cb_corvane_simple_set5, "event.active.nfs_record.password", nullptr, secret},
     {"corvane.nfs_recshr", cb_corvane_simple_set5, "event.active.nfs_record.share", nullptr},
     {"corvane.nfs_rectpe", cb_corvane_simple_set5, "event.active.nfs_record.record_type", nullptr},
     {"corvane.nfs_alm_jpgfolder", cb_corvane_simple_set5, "event.active.nfs_record.alarm1.server_dir", nullptr},
@@ -510,40 +516,40 @@ constexpr std::array<NodeBinding, kBindingRows> binding_table = {{
     {"corvane.multicast_metadataaddr3", cb_corvane_simple_set, "network.rtsp.stream3.multicast.address_metadata", nullptr},
     {"corvane.en_ddns", cb_corvane_simple_set, "network.ddns.enable", nullptr},
     {"corvane.ddns_name", cb_corvane_simple_set, "network.ddns.username", nullptr},
-    {"corvane.ddns_pwd", cb_corvane_simple_set, "network.ddns.password", nullptr},
+    {"corvane.ddns_pwd", cb_corvane_simple_set, "network.ddns.password", nullptr, secret},
     {"corvane.ddns_host", cb_corvane_simple_set, "network.ddns.hostname", nullptr},
     {"corvane.ddns_type", cb_corvane_simple_set, "network.ddns.ddns_type", nullptr},
     {"corvane.en_snmpv2c", cb_corvane_en_snmpv2c, "network.snmp.v1v2c.v2c.enable", nullptr},
-    {"corvane.snmp_community", cb_corvane_simple_set1, "network.snmp.v1v2c.readcommunity", nullptr},
-    {"corvane.snmp_private", cb_corvane_simple_set1, "network.snmp.v1v2c.writecommunity", nullptr},
-    {"corvane.snmp_trap", cb_corvane_simple_set1, "network.snmp.v1v2c.trapcommunity", nullptr},
+    {"corvane.snmp_community", cb_corvane_simple_set1, "network.snmp.v1v2c.readcommunity", nullptr, secret},
+    {"corvane.snmp_private", cb_corvane_simple_set1, "network.snmp.v1v2c.writecommunity", nullptr, secret},
+    {"corvane.snmp_trap", cb_corvane_simple_set1, "network.snmp.v1v2c.trapcommunity", nullptr, secret},
     {"corvane.en_snmpv3", cb_corvane_en_snmpv3, "network.snmp.v3.enable", nullptr},
     {"corvane.snmpv3_name", cb_corvane_simple_set1, "network.snmp.v3.username", nullptr},
     {"corvane.snmpv3_mode", cb_corvane_simple_set1, "network.snmp.v3.authmode", nullptr},
-    {"corvane.snmpv3_pwd", cb_corvane_simple_set1, "network.snmp.v3.authpwd", nullptr},
+    {"corvane.snmpv3_pwd", cb_corvane_simple_set1, "network.snmp.v3.authpwd", nullptr, secret},
     {"corvane.snmpv3_private", cb_corvane_simple_set1, "network.snmp.v3.privatemode", nullptr},
-    {"corvane.snmpv3_privatepwd", cb_corvane_simple_set1, "network.snmp.v3.privatepwd", nullptr},
+    {"corvane.snmpv3_privatepwd", cb_corvane_simple_set1, "network.snmp.v3.privatepwd", nullptr, secret},
     {"corvane.snmp_trapaddr", cb_corvane_simple_set1, "network.snmp.trap.address", nullptr},
     {"corvane.webport", cb_corvane_simple_set1, "network.webserver", nullptr},
     {"corvane.httpsmethod", cb_corvane_simple_set1, "network.https.ssl.run_method", nullptr},
     {"corvane.en_ftp", cb_corvane_simple_set1, "network.ftpserver.enable", nullptr},
     {"corvane.ftpsvr_name", cb_corvane_simple_set1, "network.ftpserver.username", nullptr},
-    {"corvane.ftpsvr_pwd", cb_corvane_simple_set1, "network.ftpserver.password", nullptr},
+    {"corvane.ftpsvr_pwd", cb_corvane_simple_set1, "network.ftpserver.password", nullptr, secret},
     {"corvane.ftpsvr_connect", cb_corvane_simple_set1, "network.ftpserver.max_connect", nullptr},
     {"corvane.ldap_prot", cb_corvane_simple_set1, "network.ieee8021x.protocol", nullptr},
     {"corvane.ldap_md5name", cb_corvane_simple_set1, "network.ieee8021x.eap-md5.username", nullptr},
-    {"corvane.ldap_md5pwd", cb_corvane_simple_set1, "network.ieee8021x.eap-md5.password", nullptr},
+    {"corvane.ldap_md5pwd", cb_corvane_simple_set1, "network.ieee8021x.eap-md5.password", nullptr, secret},
     {"corvane.ldap_md5", nullptr, "network.ieee8021x.eap-md5.status", nullptr},
     {"corvane.ldap_tlsname", cb_corvane_simple_set1, "network.ieee8021x.eap-tls.username", nullptr},
-    {"corvane.ldap_tlspwd", cb_corvane_simple_set1, "network.ieee8021x.eap-tls.password", nullptr},
-    {"corvane.ldap_tlskey", cb_corvane_simple_set1, "network.ieee8021x.eap-tls.key_pass", nullptr},
+    {"corvane.ldap_tlspwd", cb_corvane_simple_set1, "network.ieee8021x.eap-tls.password", nullptr, secret},
+    {"corvane.ldap_tlskey", cb_corvane_simple_set1, "network.ieee8021x.eap-tls.key_pass", nullptr, secret},
     {"corvane.ldap_tlsocsp", nullptr, "network.ieee8021x.eap-tls.ocsp_status", nullptr},
     {"corvane.ldap_ttlsname", cb_corvane_simple_set1, "network.ieee8021x.eap-ttls.username", nullptr},
-    {"corvane.ldap_ttlspwd", cb_corvane_simple_set1, "network.ieee8021x.eap-ttls.password", nullptr},
+    {"corvane.ldap_ttlspwd", cb_corvane_simple_set1, "network.ieee8021x.eap-ttls.password", nullptr, secret},
     {"corvane.ldap_ttlsauth", cb_corvane_simple_set1, "network.ieee8021x.eap-ttls.auth", nullptr},
     {"corvane.ldap_ttlsanonymous", cb_corvane_simple_set1, "network.ieee8021x.eap-ttls.anonymous_id", nullptr},
     {"corvane.ldap_peapname", cb_corvane_simple_set1, "network.ieee8021x.eap-peap.username", nullptr},
-    {"corvane.ldap_peappwd", cb_corvane_simple_set1, "network.ieee8021x.eap-peap.password", nullptr},
+    {"corvane.ldap_peappwd", cb_corvane_simple_set1, "network.ieee8021x.eap-peap.password", nullptr, secret},
     {"corvane.ldap_peap", nullptr, "network.ieee8021x.eap-peap.status", nullptr},
     {"corvane.ldap_peapca", cb_corvane_simple_set1, "network.ieee8021x.eap-peap.ca_status", nullptr},
     {"corvane.ldap_tls", nullptr, "network.ieee8021x.eap-tls.status", nullptr},
@@ -578,7 +584,7 @@ constexpr std::array<NodeBinding, kSmtpRows> smtp_table = {{
 
 constexpr std::array<NodeBinding, kUserRows> user_table = {{
     {"corvane.user%did", cb_corvane_account_users, "account.user.id.%d", nullptr},
-    {"corvane.user%dpwd", cb_corvane_account_users, "account.user.password.%d", nullptr},
+    {"corvane.user%dpwd", cb_corvane_account_users, "account.user.password.%d", nullptr, secret},
     {"corvane.user%dlevel", cb_corvane_account_users, "account.user.level.%d", nullptr},
 }};
 
@@ -603,4 +609,98 @@ static_assert(count_rows(binding_table, [](const NodeBinding &row) { return hold
               "every legacy name lies below corvane.");
 static_assert(count_rows(smtp_table, [](const NodeBinding &row) { return holds(row.legacy_name, "mail%d"); }) == kSmtpRows,
               "every SMTP row is per recipient");
-static_assert(sizeof(void *) != 4 || sizeof(NodeBinding) == kDeviceRecordBytes, "four words a record on the device");
+static_assert(sizeof(void *) != 4 || sizeof(NodeBinding) == kDeviceRecordBytes + 4,
+              "the legacy record's four words and the secret mark on the device");
+
+namespace {
+
+// The legacy and native name patterns of the rows marked secret, gathered
+// from the three tables at build time, with their fixed parts measured.
+struct SecretPattern {
+    const char *text;
+    size_t head;   // characters before the "%d", or the whole length
+    size_t tail;   // characters after it
+    bool numbered;
+};
+
+constexpr SecretPattern measured(const char *pattern)
+{
+    std::string_view text(pattern);
+    size_t at = text.find("%d");
+    if (at == std::string_view::npos)
+        return {pattern, text.size(), 0, false};
+    return {pattern, at, text.size() - at - 2, true};
+}
+
+constexpr size_t count_secret_patterns()
+{
+    auto in = [](const auto &table) {
+        size_t count = 0;
+        for (const NodeBinding &row : table)
+            count += row.secret ? 1 + (row.native_name ? 1 : 0) : 0;
+        return count;
+    };
+    return in(binding_table) + in(smtp_table) + in(user_table);
+}
+
+constexpr auto secret_patterns = [] {
+    std::array<SecretPattern, count_secret_patterns()> patterns{};
+    size_t next = 0;
+    auto add = [&](const auto &table) {
+        for (const NodeBinding &row : table) {
+            if (!row.secret)
+                continue;
+            patterns[next++] = measured(row.legacy_name);
+            if (row.native_name)
+                patterns[next++] = measured(row.native_name);
+        }
+    };
+    add(binding_table);
+    add(smtp_table);
+    add(user_table);
+    return patterns;
+}();
+static_assert(secret_patterns.size() == 36, "18 secret rows, each with its native node");
+
+// A longer name matches no pattern (a number has at most 11 characters).
+constexpr size_t kLongestSecretName = [] {
+    size_t longest = 0;
+    for (const SecretPattern &pattern : secret_patterns)
+        longest = std::max(longest, pattern.head + pattern.tail + (pattern.numbered ? 11 : 0));
+    return longest;
+}();
+
+// "%d" as expand_pattern fills it: an optional minus and at least one digit.
+bool number_text(const char *text, size_t length)
+{
+    size_t at = length > 0 && text[0] == '-' ? 1 : 0;
+    if (at == length)
+        return false;
+    for (; at < length; ++at)
+        if (text[at] < '0' || text[at] > '9')
+            return false;
+    return true;
+}
+
+bool matches(const SecretPattern &pattern, const char *name, size_t length)
+{
+    if (!pattern.numbered)
+        return length == pattern.head && memcmp(name, pattern.text, length) == 0;
+    if (length <= pattern.head + pattern.tail)
+        return false;
+    size_t number_length = length - pattern.head - pattern.tail;
+    return memcmp(name, pattern.text, pattern.head) == 0 &&
+           memcmp(name + length - pattern.tail, pattern.text + pattern.head + 2, pattern.tail) == 0 &&
+           number_text(name + pattern.head, number_length);
+}
+
+} // namespace
+
+bool secret_node(const char *name)
+{
+    size_t length = strnlen(name, kLongestSecretName + 1);
+    for (const SecretPattern &pattern : secret_patterns)
+        if (matches(pattern, name, length))
+            return true;
+    return false;
+}

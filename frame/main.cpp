@@ -5,6 +5,7 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "bindings/binding.h"
 #include "bindings/registration.h"
 #include "bindings/sync.h"
 #include "frame/context.h"
@@ -50,7 +51,7 @@ namespace corvaned {
 
 int main()
 {
-    log_open();
+    log_open(secret_node);
 
     (void)signal(SIGINT, signal_handler);
     (void)signal(SIGTERM, signal_handler);

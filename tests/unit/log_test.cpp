@@ -1,12 +1,17 @@
 // The log convention on the output: each line reaches it in one write, the
-// text unchanged; and the plain daemon's clock is real time.
+// text of ordinary values unchanged; a hostile value still gives one
+// bounded line; secrets masked on request; and the plain daemon's clock is
+// real time.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "bindings/binding.h"
 #include "frame/log.h"
 #include "sim/platform/sim.h"
 
@@ -23,7 +28,7 @@ ssize_t keep_write(void *, const char *data, size_t size)
 // Runs `print` with standard output on a stream that keeps each write apart,
 // unbuffered before log_open as corvane-sim's capture leaves it.
 template <typename Print>
-std::vector<std::string> writes_of(Print print)
+std::vector<std::string> writes_of(Print print, SecretName secret = nullptr)
 {
     output_writes.clear();
     cookie_io_functions_t functions = {nullptr, keep_write, nullptr, nullptr};
@@ -32,7 +37,7 @@ std::vector<std::string> writes_of(Print print)
     fflush(stdout);
     FILE *saved = stdout;
     stdout = sink;
-    log_open();
+    log_open(secret);
     print();
     fflush(stdout);
     stdout = saved;
@@ -59,13 +64,13 @@ TEST(LogOutput, EachLineIsOneWriteWithPrefixAndMessage)
 
 TEST(LogOutput, TextLongerThanTheBufferArrivesWhole)
 {
-    std::string value(3000, 'x');
-    std::vector<std::string> writes = writes_of([&] { LOG("Set %s = %s done!!\n", "corvane.long", value.c_str()); });
+    std::string value(1024, 'x');
+    std::vector<std::string> writes = writes_of([&] { LOG("Set %s = %s done!!\n", value.c_str(), value.c_str()); });
     std::string joined;
     for (const std::string &piece : writes)
         joined += piece;
-    EXPECT_NE(joined.find(": Set corvane.long = " + value + " done!!\n"), std::string::npos);
-    EXPECT_EQ(joined.back(), '\n');
+    EXPECT_NE(joined.find(": Set " + value + " = " + value + " done!!\n"), std::string::npos);
+    EXPECT_EQ(std::count(joined.begin(), joined.end(), '\n'), 1);
 }
 
 // The lines of every handler call are put together without printf; they
@@ -137,4 +142,196 @@ TEST(LogOutput, OtherConversionsStillGoThroughPrintf)
 TEST(SimClock, PlainDaemonRunsInRealTime)
 {
     EXPECT_EQ(sim::time_divisor(), 1);
+}
+
+namespace {
+
+// The message of the one line `print` logs, without its prefix; fails the
+// test unless exactly one line came out.
+template <typename Print>
+std::string one_line(Print print, SecretName secret = nullptr)
+{
+    std::string joined;
+    for (const std::string &piece : writes_of(print, secret))
+        joined += piece;
+    EXPECT_EQ(std::count(joined.begin(), joined.end(), '\n'), 1) << joined;
+    EXPECT_EQ(joined.back(), '\n');
+    size_t start = joined.find("]-");
+    start = joined.find(": ", start);
+    return start == std::string::npos ? joined : joined.substr(start + 2);
+}
+
+struct Hostile {
+    std::string value;
+    std::string shown;
+};
+
+const std::string kForged = "5\n[cb_corvane_admin]-1: FORGED LINE";
+
+} // namespace
+
+class LogHostileValue : public ::testing::TestWithParam<Hostile> {};
+
+TEST_P(LogHostileValue, OneLineEscaped)
+{
+    const Hostile &hostile = GetParam();
+    EXPECT_EQ(one_line([&] { LOG("Enter %s = %s!!\n", "corvane.cam1.daygain", hostile.value.c_str()); }),
+              "Enter corvane.cam1.daygain = " + hostile.shown + "!!\n");
+    // through printf's own conversions as well
+    EXPECT_EQ(one_line([&] { LOG("Err: user num: %d (%s = %s) \n", 0, "corvane.user0pwd", hostile.value.c_str()); }),
+              "Err: user num: 0 (corvane.user0pwd = " + hostile.shown + ") \n");
+    // and in the place of a node name
+    EXPECT_EQ(one_line([&] { LOG("Set %s = %s done!!\n", hostile.value.c_str(), "1"); }),
+              "Set " + hostile.shown + " = 1 done!!\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, LogHostileValue,
+    ::testing::Values(Hostile{kForged, "5\\n[cb_corvane_admin]-1: FORGED LINE"},
+                      Hostile{"a\r\nb\rc", "a\\r\\nb\\rc"},
+                      Hostile{"\x1b[2J\x7f\x01", "\\x1b[2J\\x7f\\x01"},
+                      // tab and UTF-8 stand as they are
+                      Hostile{"tab\there caf\xc3\xa9", "tab\there caf\xc3\xa9"},
+                      // the bus hands a C string: a NUL ends the value
+                      Hostile{std::string("on\0\n[x]-1: FORGED", 17), "on"},
+                      // cut at 1024 bytes of output, escapes included
+                      Hostile{std::string(1024, 'v'), std::string(1024, 'v')},
+                      Hostile{std::string(1025, 'v'), std::string(1024, 'v') + "...[cut]"},
+                      Hostile{std::string(1022, 'v') + "\n", std::string(1022, 'v') + "\\n"},
+                      Hostile{std::string(1023, 'v') + "\n", std::string(1023, 'v') + "...[cut]"},
+                      Hostile{std::string(600, '\n'), [] {
+                                  std::string shown;
+                                  for (int i = 0; i < 512; ++i)
+                                      shown += "\\n";
+                                  return shown + "...[cut]";
+                              }()}));
+
+TEST(LogOutput, ValueOf64MebibytesGivesOneBoundedLine)
+{
+    std::string huge(64u << 20, 'g');
+    huge[1000] = '\n';
+    std::string message = one_line([&] { LOG("Enter %s = %s!!\n", "corvane.cam1.daygain", huge.c_str()); });
+    EXPECT_EQ(message, "Enter corvane.cam1.daygain = " + std::string(1000, 'g') + "\\n" + std::string(22, 'g') +
+                           "...[cut]!!\n");
+}
+
+TEST(LogOutput, ControlCharacterArgumentIsEscaped)
+{
+    EXPECT_EQ(one_line([] { LOG("%c-name: %s\n", '\n', "x"); }), "\\n-name: x\n");
+    EXPECT_EQ(one_line([] { LOG("%.3s|%5s|\n", "a\nbcdef", "\r"); }), "a\\n|   \\r|\n");
+}
+
+namespace {
+
+// CORVANE_LOG_SECRETS for one test, as the packaged services set it.
+class SecretsWord {
+public:
+    explicit SecretsWord(const char *word)
+    {
+        if (word)
+            setenv("CORVANE_LOG_SECRETS", word, 1);
+        else
+            unsetenv("CORVANE_LOG_SECRETS");
+    }
+    ~SecretsWord() { unsetenv("CORVANE_LOG_SECRETS"); }
+};
+
+struct SecretLine {
+    std::string clear;   // as the bare binary prints it
+    std::string masked;  // under CORVANE_LOG_SECRETS=mask
+    std::string (*print)();
+};
+
+#define MESSAGE_OF(...) [] { return one_line([] { LOG(__VA_ARGS__); }, secret_node); }
+
+const SecretLine secret_lines[] = {
+    {"Enter corvane.admin = S3cretAdm1n!!\n", "Enter corvane.admin = ********!!\n",
+     MESSAGE_OF("Enter %s = %s!!\n", "corvane.admin", "S3cretAdm1n")},
+    {"Set account.user.password.1 = S3cretUsr1 done!!\n", "Set account.user.password.1 = ******** done!!\n",
+     MESSAGE_OF("Set %s = %s done!!\n", "account.user.password.1", "S3cretUsr1")},
+    {"Set account.user.password.12 = x done!!\n", "Set account.user.password.12 = ******** done!!\n",
+     MESSAGE_OF("Set %s = %s done!!\n", "account.user.password.12", "x")},
+    {"Set corvane.viewer(v) by corvane.user1pwd = v done!!\n",
+     "Set corvane.viewer(********) by corvane.user1pwd = ******** done!!\n",
+     MESSAGE_OF("Set %s(%s) by %s = %s done!!\n", "corvane.viewer", "v", "corvane.user1pwd", "v")},
+    {"Set corvane.smtp_pwd(m41l) by event.active.smtp.password = m41l done!!\n",
+     "Set corvane.smtp_pwd(********) by event.active.smtp.password = ******** done!!\n",
+     MESSAGE_OF("Set %s(%s) by %s = %s done!!\n", "corvane.smtp_pwd", "m41l", "event.active.smtp.password", "m41l")},
+    {"Set network.snmp.v1v2c.readcommunity = publ1c done!!\n",
+     "Set network.snmp.v1v2c.readcommunity = ******** done!!\n",
+     MESSAGE_OF("Set %s = %s done!!\n", "network.snmp.v1v2c.readcommunity", "publ1c")},
+    {"Err: user num: 0 (corvane.user0pwd = p\\nw) \n", "Err: user num: 0 (corvane.user0pwd = ********) \n",
+     MESSAGE_OF("Err: user num: %d (%s = %s) \n", 0, "corvane.user0pwd", "p\nw")},
+    // lines that name no secret stay as they are
+    {"Enter corvane.cam2.brightness = 10!!\n", "Enter corvane.cam2.brightness = 10!!\n",
+     MESSAGE_OF("Enter %s = %s!!\n", "corvane.cam2.brightness", "10")},
+    {"Set account.user.level.1 = view done!!\n", "Set account.user.level.1 = view done!!\n",
+     MESSAGE_OF("Set %s = %s done!!\n", "account.user.level.1", "view")},
+    {"Enter corvane.user1pwdx = y!!\n", "Enter corvane.user1pwdx = y!!\n",
+     MESSAGE_OF("Enter %s = %s!!\n", "corvane.user1pwdx", "y")},
+};
+
+#undef MESSAGE_OF
+
+} // namespace
+
+TEST(LogSecrets, MaskedOnlyWhenTheServiceAsks)
+{
+    for (const SecretLine &line : secret_lines) {
+        {
+            SecretsWord word("mask");
+            EXPECT_EQ(line.print(), line.masked);
+        }
+        for (const char *keeps : {static_cast<const char *>(nullptr), "", "clear"}) {
+            SecretsWord word(keeps);
+            EXPECT_EQ(line.print(), line.clear) << (keeps ? keeps : "unset");
+        }
+    }
+    // the word is read once, at start-up
+    SecretsWord word("mask");
+    std::vector<std::string> writes = writes_of([] {
+        unsetenv("CORVANE_LOG_SECRETS");
+        LOG("Enter %s = %s!!\n", "corvane.admin", "later");
+    }, secret_node);
+    ASSERT_EQ(writes.size(), 1u);
+    EXPECT_EQ(writes[0].find("later"), std::string::npos);
+    // an unknown word masks rather than leaks
+    SecretsWord typo("masked");
+    EXPECT_EQ(secret_lines[0].print(), secret_lines[0].masked);
+}
+
+TEST(LogSecrets, SecretNodesAreTheMarkedRowsNodes)
+{
+    for (const char *name : {"corvane.admin", "account.admin.password", "corvane.user12pwd", "account.user.password.7",
+                             "corvane.snmp_trap", "network.snmp.v1v2c.trapcommunity", "corvane.ldap_tlskey",
+                             "network.ieee8021x.eap-tls.key_pass", "corvane.smtp_pwd"})
+        EXPECT_TRUE(secret_node(name)) << name;
+    for (const char *name : {"corvane.user12id", "corvane.userpwd", "corvane.userXpwd", "account.user.password.",
+                             "corvane.admin2", "corvane.snmpv3_private", "network.snmp.v3.privatemode", "",
+                             "corvane.cam1.brightness"})
+        EXPECT_FALSE(secret_node(name)) << name;
+}
+
+// Every row whose native node holds a password, community string or key is
+// marked: the mark is the only list of secrets, so a row left out leaks.
+TEST(LogSecrets, EveryPasswordCommunityAndKeyRowIsMarked)
+{
+    auto looks_secret = [](const char *native) {
+        std::string name = native ? native : "";
+        for (const char *word : {"password", "pwd", "community", "key_pass"})
+            if (name.find(word) != std::string::npos)
+                return true;
+        return false;
+    };
+    int marked = 0;
+    auto check = [&](const auto &table) {
+        for (const NodeBinding &row : table) {
+            EXPECT_EQ(row.secret, looks_secret(row.native_name)) << row.legacy_name;
+            marked += row.secret ? 1 : 0;
+        }
+    };
+    check(binding_table);
+    check(smtp_table);
+    check(user_table);
+    EXPECT_EQ(marked, 18);
 }
