@@ -48,6 +48,10 @@ add_test(NAME packaging/init-script
 add_test(NAME packaging/systemd-unit
   COMMAND ${PACKAGING_TESTS}/systemd-unit.sh
           ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned> 1.4)
+add_test(NAME packaging/log-secrets
+  COMMAND ${PACKAGING_TESTS}/log-secrets.sh
+          ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned
+          ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned>)
 # Both Debian builds from a copy under the build directory; minutes, so
 # alone on the machine.
 add_test(NAME packaging/debian

@@ -19,6 +19,12 @@ foreach(scenario ${SCENARIOS})
   set_tests_properties(scenario-redis/${scenario_name} PROPERTIES TIMEOUT 180)
 endforeach()
 
+# The masked log on Redis as on the simulated bus.
+add_test(NAME log/secrets-mask-redis
+         COMMAND ${CMAKE_SOURCE_DIR}/tests/bus/scenario.sh $<TARGET_FILE:corvane-sim>
+                 ${CMAKE_SOURCE_DIR}/tests/log/secrets-masked.scn ${CMAKE_BINARY_DIR}/traces-redis/log)
+set_tests_properties(log/secrets-mask-redis PROPERTIES TIMEOUT 180 ENVIRONMENT CORVANE_LOG_SECRETS=mask)
+
 # The daemon, the tool and the server as separate processes.
 file(GLOB BUS_PROCESS_TESTS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/bus/test-*.sh)
 foreach(script ${BUS_PROCESS_TESTS})

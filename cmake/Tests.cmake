@@ -29,6 +29,17 @@ foreach(scenario ${SCENARIOS})
 endforeach()
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 
+# The log under each CORVANE_LOG_SECRETS word: masked as the packaged
+# services run, in clear (the legacy lines) unset or "clear".
+foreach(word mask clear unset)
+  set(script ${CMAKE_SOURCE_DIR}/tests/log/secrets-$<IF:$<STREQUAL:${word},mask>,masked,clear>.scn)
+  add_test(NAME log/secrets-${word} COMMAND corvane-sim --script ${script}
+           WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}/tests/log)
+  if(NOT word STREQUAL "unset")
+    set_tests_properties(log/secrets-${word} PROPERTIES ENVIRONMENT CORVANE_LOG_SECRETS=${word})
+  endif()
+endforeach()
+
 # The head views of corvane-sim are tested directly.
 target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cpp)
 
