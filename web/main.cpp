@@ -19,13 +19,15 @@ namespace {
 
 const char usage[] =
     "usage: corvane-web [--listen HOST:PORT] [--password-file FILE] [--port-file FILE]\n"
-    "                   [--bus ADDRESS] [--device FILE]...\n"
+    "                   [--allow-host NAME]... [--bus ADDRESS] [--device FILE]...\n"
     "  Serves the operator's page at http://HOST:PORT/ (default 127.0.0.1:8080; port 0: any free one).\n"
     "  The bus is ADDRESS or $CORVANE_BUS: redis:/path/to/socket or redis://HOST:PORT joins a bus\n"
     "  on which corvaned runs as its own process (corvane-sim --bus ADDRESS --view shows its head);\n"
     "  sim (the default) runs corvaned here on the simulated camera (--device: its device files).\n"
     "  Any address that is not a loopback one needs a password, from the first line of\n"
-    "  --password-file or from CORVANE_WEB_PASSWORD; the page then asks for user corvane.\n";
+    "  --password-file or from CORVANE_WEB_PASSWORD; the page then asks for user corvane.\n"
+    "  Requests are answered when addressed (Host) to a loopback address, localhost, the\n"
+    "  listening address or a NAME given with --allow-host, on the listening port.\n";
 
 struct Options {
     WebOptions web;
@@ -62,6 +64,8 @@ bool parse_options(int argc, char **argv, Options *options)
                 return false;
         } else if (option == "--password-file" && has_value) {
             options->password_file = argv[++i];
+        } else if (option == "--allow-host" && has_value) {
+            options->web.host_names.push_back(argv[++i]);
         } else if (option == "--port-file" && has_value) {
             options->port_file = argv[++i];
         } else if (option == "--bus" && has_value) {

@@ -23,35 +23,6 @@ bool per_sensor(const NodeBinding &row)
     return std::string(row.legacy_name).find("cam%d") != std::string::npos;
 }
 
-bool secret_word_in(const std::string &name)
-{
-    static const char *const words[] = {"pwd", "password", "passwd", "community", "key_pass", "private", "secret"};
-    return std::any_of(std::begin(words), std::end(words),
-                       [&](const char *word) { return name.find(word) != std::string::npos; });
-}
-
-template <typename Table> void add_secret_rows(const Table &table, int count, std::set<std::string> *secrets)
-{
-    for (const NodeBinding &row : table) {
-        if (!row.native_name || !secret_word_in(row.native_name))
-            continue;
-        for (int number = 1; number <= count; ++number)
-            secrets->insert(expand(row.legacy_name, number));
-    }
-}
-
-const std::set<std::string> &secret_legacy_names()
-{
-    static const std::set<std::string> names = [] {
-        std::set<std::string> secrets;
-        add_secret_rows(binding_table, 4, &secrets);
-        add_secret_rows(smtp_table, kMailSlots, &secrets);
-        add_secret_rows(user_table, kUserSlots, &secrets);
-        return secrets;
-    }();
-    return names;
-}
-
 bool valid_utf8(const std::string &text)
 {
     try {
@@ -98,7 +69,7 @@ std::vector<std::string> legacy_names()
 
 bool is_secret(const std::string &name)
 {
-    return secret_word_in(name) || secret_legacy_names().count(name) > 0;
+    return secret_node(name.c_str());
 }
 
 nlohmann::json shown_value(const std::string &name, const std::string &value)

@@ -20,13 +20,14 @@ std::vector<NodePair> node_pairs(int sensor);
 // Every legacy name of the binding, mail and user tables, for the form.
 std::vector<std::string> legacy_names();
 
-// Passwords, community strings and keys, and the legacy nodes mirroring them.
+// Passwords, community strings and keys, and the legacy nodes mirroring them:
+// the nodes of the binding rows marked secret.
 bool is_secret(const std::string &name);
 // A value for the page: {"text": ...} as UTF-8, with "escaped": true when
 // the bytes are not UTF-8 and are shown escaped (\xNN), or "hidden": true.
 nlohmann::json shown_value(const std::string &name, const std::string &value);
 
-constexpr size_t kMaxWriteBytes = 65536;
+constexpr size_t kMaxWriteBytes = 8192;  // the request carrying it stays below 16 KiB
 // Why the page may not write this (empty: it may, exactly as given).
 std::string refused_write(const std::string &name, const std::string &value);
 

@@ -1,11 +1,17 @@
 #include "web/server.h"
 
+#include <arpa/inet.h>
+
+#include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <map>
 #include <mutex>
+#include <thread>
+#include <vector>
 
 #include <httplib.h>
 #include <nlohmann/json.hpp>
@@ -20,7 +26,10 @@ using nlohmann::json;
 namespace {
 
 constexpr size_t kKeptChanges = 20000;  // a page further behind than this reloads
-constexpr int kServerThreads = 16;      // each open page holds one for its event stream
+constexpr size_t kMaxConnections = 64;  // each on a thread of its own; the next waits
+constexpr int kMaxStreams = 8;          // open event streams (pages) at once
+constexpr size_t kMaxBodyBytes = 16384; // a write's body; a longer one is refused unread
+constexpr time_t kIdleSeconds = 5;      // a connection silent this long is closed
 constexpr auto kKeepAlive = std::chrono::seconds(1);
 constexpr long kMaxPanUnits = 3333;  // the most a pan move travels (its 40000-step limit)
 
@@ -59,7 +68,84 @@ bool same_secret(const std::string &given, const std::string &wanted)
     return difference == 0;
 }
 
+// Every connection on a thread of its own, at most kMaxConnections at once
+// (the next waits for one to end): a page's event stream or a slow client
+// never holds a thread that the API needs.
+class ConnectionThreads : public httplib::TaskQueue {
+public:
+    void enqueue(std::function<void()> work) override
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        room_.wait(lock, [this] { return threads_.size() - finished_.size() < kMaxConnections; });
+        join_finished();
+        long id = next_id_++;
+        threads_.emplace(id, std::thread([this, id, work = std::move(work)] {
+            work();
+            std::lock_guard<std::mutex> done(mutex_);
+            finished_.push_back(id);
+            room_.notify_all();
+        }));
+    }
+
+    void shutdown() override
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        room_.wait(lock, [this] { return finished_.size() == threads_.size(); });
+        join_finished();
+    }
+
+private:
+    // Under mutex_: the threads that have said they are done.
+    void join_finished()
+    {
+        for (long id : finished_) {
+            threads_[id].join();
+            threads_.erase(id);
+        }
+        finished_.clear();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable room_;
+    std::map<long, std::thread> threads_;
+    std::vector<long> finished_;
+    long next_id_ = 0;
+};
+
+bool same_name(const std::string &a, const std::string &b)
+{
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+bool loopback_literal(const std::string &name)
+{
+    in_addr address{};
+    return name == "[::1]" ||
+           (inet_pton(AF_INET, name.c_str(), &address) == 1 && (ntohl(address.s_addr) >> 24) == 127);
+}
+
 } // namespace
+
+bool host_is_ours(const std::string &host, int port, const std::vector<std::string> &names)
+{
+    std::string name = host;
+    std::string port_text;
+    size_t colon = host.rfind(':');
+    if (colon != std::string::npos && host.find(']', colon) == std::string::npos) {
+        name = host.substr(0, colon);
+        port_text = host.substr(colon + 1);
+    }
+    bool port_ok = port_text.empty() ? port == 80 : port_text == std::to_string(port);
+    if (!port_ok || name.empty())
+        return false;
+    if (same_name(name, "localhost") || loopback_literal(name))
+        return true;
+    return std::any_of(names.begin(), names.end(), [&](const std::string &given) {
+        return same_name(name, given) || same_name(name, "[" + given + "]");
+    });
+}
 
 bool is_loopback(const std::string &address)
 {
@@ -78,6 +164,7 @@ struct WebServer::State {
     std::deque<BusChange> changes;  // the latest writes; changes[0] has number `first`
     long first = 0;
     std::atomic<bool> stopping{false};
+    std::atomic<int> streams{0};  // event streams open
 
     State(WebBus &bus_, WebOptions options_) : bus(bus_), options(std::move(options_)) {}
 
@@ -116,15 +203,44 @@ struct WebServer::State {
                                  "text/plain");
             return false;
         }
-        // a name that resolves to loopback only now (DNS rebinding) is not this server
-        std::string host = request.get_header_value("Host");
-        std::string host_name = host.substr(0, host.rfind(':'));
-        if (!host.empty() && !is_loopback(host_name) && host_name != "[::1]") {
-            response.status = 403;
-            response.set_content("refused: unexpected Host header\n", "text/plain");
-            return false;
-        }
         return true;
+    }
+
+    // A page of another site whose name resolves to this machine (DNS
+    // rebinding) sends its own name as the Host: not this server.
+    bool addressed_to_us(const httplib::Request &request, httplib::Response &response)
+    {
+        std::vector<std::string> names = options.host_names;
+        if (options.host != "0.0.0.0" && options.host != "::")
+            names.push_back(options.host);
+        if (host_is_ours(request.get_header_value("Host"), port, names))
+            return true;
+        response.status = 421;
+        response.set_content("refused: this server answers to loopback addresses, localhost and the names it was "
+                             "started with (--allow-host), on its own port\n",
+                             "text/plain");
+        return false;
+    }
+
+    // A body is taken only with its length given and at most kMaxBodyBytes
+    // long; a longer one is refused before it is read.
+    bool body_acceptable(const httplib::Request &request, httplib::Response &response)
+    {
+        if (request.has_header("Transfer-Encoding")) {
+            reply(response, 411, {{"ok", false}, {"message", "refused: a request body must give its length"}});
+        } else {
+            std::string length = request.get_header_value("Content-Length");
+            char *end = nullptr;
+            unsigned long long bytes = length.empty() ? 0 : strtoull(length.c_str(), &end, 10);
+            if (length.empty() || (*end == '\0' && bytes <= kMaxBodyBytes))
+                return true;
+            reply(response, 413,
+                  {{"ok", false},
+                   {"message", "refused: request of " + length + " bytes; a write takes at most " +
+                                   std::to_string(kMaxBodyBytes)}});
+        }
+        response.set_header("Connection", "close");
+        return false;
     }
 
     json rows(int sensor)
@@ -251,7 +367,11 @@ struct WebServer::State {
 
     void routes()
     {
-        http.new_task_queue = [] { return new httplib::ThreadPool(kServerThreads); };
+        http.new_task_queue = [] { return new ConnectionThreads; };
+        http.set_payload_max_length(kMaxBodyBytes);
+        http.set_keep_alive_timeout(kIdleSeconds);
+        http.set_read_timeout(kIdleSeconds, 0);
+        http.set_write_timeout(kIdleSeconds, 0);
         http.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
             response.set_header("Content-Security-Policy",
                                 "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
@@ -259,7 +379,8 @@ struct WebServer::State {
             response.set_header("X-Content-Type-Options", "nosniff");
             response.set_header("Cache-Control", "no-store");
             response.set_header("Referrer-Policy", "no-referrer");
-            if (!admitted(request, response))
+            if (!admitted(request, response) || !addressed_to_us(request, response) ||
+                !body_acceptable(request, response))
                 return httplib::Server::HandlerResponse::Handled;
             // writes come from the page's own script, never from a plain form of another site
             if (request.method == "POST" && request.get_header_value("X-Corvane-Page") != "1") {
@@ -292,6 +413,13 @@ struct WebServer::State {
             response.set_content(head_svg_text(), "image/svg+xml");
         });
         http.Get("/api/events", [this](const httplib::Request &request, httplib::Response &response) {
+            if (++streams > kMaxStreams) {
+                --streams;
+                reply(response, 503,
+                      {{"ok", false},
+                       {"message", "refused: " + std::to_string(kMaxStreams) + " pages are following the bus already"}});
+                return;
+            }
             long from = 0;
             {
                 std::lock_guard<std::mutex> lock(mutex);
@@ -303,7 +431,8 @@ struct WebServer::State {
             response.set_header("X-Accel-Buffering", "no");
             response.set_chunked_content_provider(
                 "text/event-stream",
-                [this, cursor](size_t, httplib::DataSink &sink) { return stream(cursor.get(), sink); });
+                [this, cursor](size_t, httplib::DataSink &sink) { return stream(cursor.get(), sink); },
+                [this](bool) { --streams; });
         });
         http.Post("/api/set", [this](const httplib::Request &request, httplib::Response &response) {
             write(request, response);

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "web/bus.h"
 
@@ -13,7 +14,13 @@ struct WebOptions {
     std::string host = "127.0.0.1";
     int port = 8080;          // 0: any free port
     std::string password;     // required unless `host` is a loopback address
+    std::vector<std::string> host_names;  // Host names answered beside loopback and `host`
 };
+
+// Whether a request's Host header names this server: a loopback address
+// literal (127.0.0.0/8, [::1]), "localhost" or one of `names`, with the
+// server's port (none: port 80).
+bool host_is_ours(const std::string &host, int port, const std::vector<std::string> &names);
 
 // Whether an address (as the peer or the listening address) is a loopback one.
 bool is_loopback(const std::string &address);

@@ -119,3 +119,44 @@ TEST(Completion, CandidatesStartWithTheWord)
 }
 
 } // namespace
+
+TEST(HostHeader, OnlyLoopbackLiteralsLocalhostAndGivenNamesOnOurPort)
+{
+    const std::vector<std::string> given = {"camera.example", "192.0.2.7", "fe80::1"};
+    const struct {
+        const char *host;
+        bool ours;
+    } cases[] = {
+        {"127.0.0.1:18080", true},
+        {"127.9.8.7:18080", true},
+        {"localhost:18080", true},
+        {"LocalHost:18080", true},
+        {"[::1]:18080", true},
+        {"camera.example:18080", true},
+        {"192.0.2.7:18080", true},
+        {"[fe80::1]:18080", true},
+        // rebinding names that merely begin or end like ours
+        {"127.0.0.1.evil.example:18080", false},
+        {"localhost.evil.example:18080", false},
+        {"evil.example:18080", false},
+        {"127.0.0.1evil:18080", false},
+        {"camera.example.evil:18080", false},
+        // loopback in forms that are not the literal
+        {"127.1:18080", false},
+        {"0x7f.0.0.1:18080", false},
+        {"2130706433:18080", false},
+        {"[::ffff:127.0.0.1]:18080", false},
+        {"::1:18080", false},
+        {"128.0.0.1:18080", false},
+        // another port, no port, nothing
+        {"127.0.0.1:18081", false},
+        {"127.0.0.1", false},
+        {"localhost:", false},
+        {":18080", false},
+        {"", false},
+    };
+    for (const auto &one : cases)
+        EXPECT_EQ(host_is_ours(one.host, 18080, given), one.ours) << one.host;
+    EXPECT_TRUE(host_is_ours("localhost", 80, {}));
+    EXPECT_FALSE(host_is_ours("camera.example:18080", 18080, {}));
+}
