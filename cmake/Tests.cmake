@@ -57,6 +57,9 @@ if(CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
            COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/page_test.py $<TARGET_FILE:corvane-web>
                    ${CMAKE_BINARY_DIR}/artifacts)
   set_tests_properties(web/page PROPERTIES TIMEOUT 180)
+  # rebinding names, slow clients, oversized bodies, idle connections
+  add_test(NAME web/edge COMMAND /usr/bin/python3 ${CMAKE_SOURCE_DIR}/tests/web/edge_test.py $<TARGET_FILE:corvane-web>)
+  set_tests_properties(web/edge PROPERTIES TIMEOUT 180)
   # ... and as one more client of the bus on Redis, the daemon in a process of its own
   if(CORVANE_REDIS_BUS)
     add_test(NAME web/page-redis

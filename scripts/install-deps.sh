@@ -6,7 +6,8 @@ set -e
 cd "$(dirname "$0")/.."
 packages="g++ cmake ninja-build ccache googletest g++-arm-linux-gnueabihf qemu-user"
 # the consoles, corvane-web and their tests
-packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux"
+packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium chromium-driver python3-selenium tmux
+  curl"
 # Packaging: the Makefile, man pages, the init script and unit checks, the
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian

@@ -236,8 +236,8 @@ struct WebServer::State {
                 return true;
             reply(response, 413,
                   {{"ok", false},
-                   {"message", "refused: request of " + length + " bytes; a write takes at most " +
-                                   std::to_string(kMaxBodyBytes)}});
+                   {"message", "refused: value too long (a request of " + length + " bytes; at most " +
+                                   std::to_string(kMaxBodyBytes) + ")"}});
         }
         response.set_header("Connection", "close");
         return false;
