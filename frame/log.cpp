@@ -1,7 +1,9 @@
 #include "frame/log.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -102,11 +104,48 @@ private:
 };
 
 // Printable bytes, tab and every byte from 0x80 up (UTF-8) go out as they
-// stand; the other control bytes would end or rewrite the line.
+// stand; the other control bytes would end or rewrite the line (NUL ends
+// the text).
+constexpr auto kPlainByte = [] {
+    std::array<bool, 256> plain{};
+    for (size_t byte = 0; byte < plain.size(); ++byte)
+        plain[byte] = byte >= 0x20 ? byte != 0x7f : byte == '\t';
+    return plain;
+}();
+
 bool plain(char c)
 {
-    auto byte = static_cast<unsigned char>(c);
-    return byte >= 0x20 ? byte != 0x7f : byte == '\t';
+    return kPlainByte[static_cast<unsigned char>(c)];
+}
+
+// Whether any of the `length` bytes may need an escape: a control byte
+// (tab too, which put_text then lets through) or DEL. Eight bytes at a time
+// (a word has a byte below n when (x - n*ones) & ~x & highs is not 0).
+bool may_need_escape(const char *text, size_t length)
+{
+    constexpr uint64_t ones = 0x0101010101010101;
+    constexpr uint64_t highs = 0x8080808080808080;
+    auto flagged = [](uint64_t word) {
+        uint64_t del = word ^ (0x7f * ones);
+        return (((word - 0x20 * ones) & ~word) | ((del - ones) & ~del)) & highs;
+    };
+    uint64_t word = 0;
+    size_t at = 0;
+    for (; at + 8 <= length; at += 8) {
+        memcpy(&word, text + at, 8);
+        if (flagged(word))
+            return true;
+    }
+    if (at == length)
+        return false;
+    if (length >= 8) {
+        memcpy(&word, text + length - 8, 8);
+        return flagged(word) != 0;
+    }
+    for (; at < length; ++at)
+        if (!plain(text[at]))
+            return true;
+    return false;
 }
 
 // The escape of one byte that is not plain: "\n", "\r" or "\xNN".
@@ -126,8 +165,8 @@ size_t escape(char c, char (&out)[4])
 }
 
 // A text as one bounded piece of one line: the ordinary text (plain bytes,
-// at most kTextBytes) is copied after a single scan; anything else is
-// escaped, and cut with a marker where it would pass the bound.
+// at most kTextBytes) is copied after a fast scan; anything else is
+// escaped byte by byte, and cut with a marker where it would pass the bound.
 template <typename Out>
 void put_text(Out &out, const char *text)
 {
@@ -135,12 +174,13 @@ void put_text(Out &out, const char *text)
         out.put("(null)");  // as glibc's printf prints it
         return;
     }
-    size_t length = 0;
-    while (length < kTextBytes && plain(text[length]))
-        ++length;
-    out.put(text, length);
-    size_t room = kTextBytes - length;
-    for (const char *rest = text + length; *rest; ++rest) {
+    size_t length = strnlen(text, kTextBytes + 1);
+    if (length <= kTextBytes && !may_need_escape(text, length)) {
+        out.put(text, length);
+        return;
+    }
+    size_t room = kTextBytes;
+    for (const char *rest = text; *rest; ++rest) {
         char piece[4] = {*rest};
         size_t size = plain(*rest) ? 1 : escape(*rest, piece);
         if (size > room) {
@@ -161,12 +201,11 @@ struct Conversion {
     int stars;        // '*' widths and precisions, each an int argument
     int longs;        // 'l' count
     char size;        // 'h', 'j', 'z', 't', 'L' or 0
-    bool plain_text;  // "%s" as it stands
 };
 
 Conversion parse_conversion(const char *mark)
 {
-    Conversion conversion{mark, 0, 0, 0, 0, 0, false};
+    Conversion conversion{mark, 0, 0, 0, 0, 0};
     const char *at = mark + 1;
     at += strspn(at, "-+ #0'");
     for (; *at == '*' || *at == '.' || (*at >= '0' && *at <= '9'); ++at)
@@ -178,7 +217,6 @@ Conversion parse_conversion(const char *mark)
     }
     conversion.letter = *at;
     conversion.length = static_cast<size_t>(at - mark) + (*at ? 1 : 0);
-    conversion.plain_text = conversion.length == 2 && conversion.letter == 's';
     return conversion;
 }
 
@@ -274,16 +312,16 @@ void put_message(Line &out, const char *format, va_list *args, bool masked)
     const char *run = format;
     for (const char *mark = strchr(run, '%'); mark; mark = strchr(run, '%')) {
         out.put(run, static_cast<size_t>(mark - run));
+        if (mark[1] == 's' || mark[1] == '%') {  // the lines of every handler call
+            if (mark[1] == 's')
+                put_argument(out, va_arg(*args, const char *), masked);
+            else
+                out.put("%");
+            run = mark + 2;
+            continue;
+        }
         Conversion conversion = parse_conversion(mark);
         run = mark + conversion.length;
-        if (conversion.plain_text) {
-            put_argument(out, va_arg(*args, const char *), masked);
-            continue;
-        }
-        if (conversion.letter == '%') {
-            out.put("%");
-            continue;
-        }
         if (conversion.letter == 0)
             break;
         char spec[32];
