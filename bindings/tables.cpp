@@ -6,6 +6,7 @@
 #include "bindings/binding.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -670,6 +671,29 @@ constexpr size_t kLongestSecretName = [] {
     return longest;
 }();
 
+// A quick no for most names: bit n of kSecretEndings[b] is set when some
+// secret name of length n ends in the byte b.
+constexpr auto kSecretEndings = [] {
+    std::array<uint64_t, 256> endings{};
+    auto mark = [&](char last, size_t length) { endings[static_cast<unsigned char>(last)] |= uint64_t{1} << length; };
+    for (const SecretPattern &pattern : secret_patterns) {
+        if (!pattern.numbered) {
+            mark(pattern.text[pattern.head - 1], pattern.head);
+            continue;
+        }
+        for (size_t digits = 1; digits <= 11; ++digits) {
+            size_t length = pattern.head + pattern.tail + digits;
+            if (pattern.tail > 0)
+                mark(pattern.text[pattern.head + 2 + pattern.tail - 1], length);
+            else
+                for (char digit = '0'; digit <= '9'; ++digit)
+                    mark(digit, length);
+        }
+    }
+    return endings;
+}();
+static_assert(kLongestSecretName < 64, "secret name lengths fit the endings' bits");
+
 // "%d" as expand_pattern fills it: an optional minus and at least one digit.
 bool number_text(const char *text, size_t length)
 {
@@ -699,6 +723,9 @@ bool matches(const SecretPattern &pattern, const char *name, size_t length)
 bool secret_node(const char *name)
 {
     size_t length = strnlen(name, kLongestSecretName + 1);
+    if (length == 0 || length > kLongestSecretName ||
+        !(kSecretEndings[static_cast<unsigned char>(name[length - 1])] >> length & 1))
+        return false;
     for (const SecretPattern &pattern : secret_patterns)
         if (matches(pattern, name, length))
             return true;

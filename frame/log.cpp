@@ -207,7 +207,8 @@ Conversion parse_conversion(const char *mark)
 {
     Conversion conversion{mark, 0, 0, 0, 0, 0};
     const char *at = mark + 1;
-    at += strspn(at, "-+ #0'");
+    while (*at && strchr("-+ #0'", *at))
+        ++at;
     for (; *at == '*' || *at == '.' || (*at >= '0' && *at <= '9'); ++at)
         conversion.stars += *at == '*' ? 1 : 0;
     for (; *at && strchr("hljztL", *at); ++at) {
@@ -280,16 +281,16 @@ bool names_a_secret(const char *format, va_list args)
     va_copy(walk, args);
     bool found = false;
     for (const char *mark = strchr(format, '%'); mark && !found; mark = strchr(mark, '%')) {
-        Conversion conversion = parse_conversion(mark);
-        mark += std::max<size_t>(conversion.length, 1);
-        if (conversion.letter == '%' || conversion.letter == 0)
-            continue;
-        if (conversion.letter == 's' && conversion.stars == 0) {
+        if (mark[1] == 's') {
             const char *text = va_arg(walk, const char *);
             found = text && secret_name(text);
-        } else {
-            skip_arguments(conversion, &walk);
+            mark += 2;
+            continue;
         }
+        Conversion conversion = parse_conversion(mark);
+        mark += std::max<size_t>(conversion.length, 1);
+        if (conversion.letter != '%' && conversion.letter != 0)
+            skip_arguments(conversion, &walk);
     }
     va_end(walk);
     return found;

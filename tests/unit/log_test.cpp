@@ -13,6 +13,7 @@
 
 #include "bindings/binding.h"
 #include "frame/log.h"
+#include "frame/text.h"
 #include "sim/platform/sim.h"
 
 namespace {
@@ -334,4 +335,27 @@ TEST(LogSecrets, EveryPasswordCommunityAndKeyRowIsMarked)
     check(smtp_table);
     check(user_table);
     EXPECT_EQ(marked, 18);
+}
+
+// The table marks and the names the log masks are the same: every name a
+// row expands to, legacy and native.
+TEST(LogSecrets, EveryExpandedNameOfAMarkedRowIsSecretAndNoOther)
+{
+    auto check = [](const auto &table) {
+        for (const NodeBinding &row : table) {
+            for (int number : {1, 4, 10, 12}) {
+                char legacy[128];
+                expand_pattern(legacy, row.legacy_name, number);
+                EXPECT_EQ(secret_node(legacy), row.secret) << legacy;
+                if (!row.native_name)
+                    continue;
+                char native[128];
+                expand_pattern(native, row.native_name, number);
+                EXPECT_EQ(secret_node(native), row.secret) << native;
+            }
+        }
+    };
+    check(binding_table);
+    check(smtp_table);
+    check(user_table);
 }
