@@ -1,6 +1,5 @@
 #include "web/nodes.h"
 
-#include <algorithm>
 #include <set>
 
 #include "bindings/binding.h"
