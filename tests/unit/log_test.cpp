@@ -359,3 +359,25 @@ TEST(LogSecrets, EveryExpandedNameOfAMarkedRowIsSecretAndNoOther)
     check(smtp_table);
     check(user_table);
 }
+
+// The scan for bytes to escape takes eight at a time: every position of
+// values around the word size, every kind of byte.
+TEST(LogOutput, EveryControlByteAtEveryPositionIsEscaped)
+{
+    const struct {
+        char byte;
+        const char *shown;
+    } kinds[] = {{'\x01', "\\x01"}, {'\n', "\\n"}, {'\x1f', "\\x1f"}, {'\x7f', "\\x7f"},
+                 {'\t', "\t"},      {'\x80', "\x80"}, {'\xff', "\xff"},  {' ', " "}, {'~', "~"}};
+    for (size_t length : {1u, 7u, 8u, 9u, 15u, 16u, 17u, 24u}) {
+        for (size_t at = 0; at < length; ++at) {
+            for (const auto &kind : kinds) {
+                std::string value(length, 'a');
+                value[at] = kind.byte;
+                std::string shown = std::string(at, 'a') + kind.shown + std::string(length - at - 1, 'a');
+                EXPECT_EQ(one_line([&] { LOG("%s\n", value.c_str()); }), shown + "\n")
+                    << "length " << length << ", byte " << static_cast<int>(kind.byte) << " at " << at;
+            }
+        }
+    }
+}
