@@ -195,7 +195,6 @@ void put_text(Out &out, const char *text)
 // One conversion of a printf format: '%', flags, width, precision, length
 // and the conversion letter.
 struct Conversion {
-    const char *start;
     size_t length;
     char letter;
     int stars;        // '*' widths and precisions, each an int argument
@@ -205,7 +204,7 @@ struct Conversion {
 
 Conversion parse_conversion(const char *mark)
 {
-    Conversion conversion{mark, 0, 0, 0, 0, 0};
+    Conversion conversion{0, 0, 0, 0, 0};
     const char *at = mark + 1;
     while (*at && strchr("-+ #0'", *at))
         ++at;
@@ -325,6 +324,10 @@ void put_message(Line &out, const char *format, va_list *args, bool masked)
         run = mark + conversion.length;
         if (conversion.letter == 0)
             break;
+        if (conversion.letter == '%') {
+            out.put("%");
+            continue;
+        }
         char spec[32];
         char piece[kTextBytes + 64];
         if (conversion.length >= sizeof spec) {
