@@ -119,11 +119,11 @@ bool same_name(const std::string &a, const std::string &b)
            });
 }
 
-bool loopback_literal(const std::string &name)
+// 127.0.0.0/8 written in dotted decimal.
+bool loopback_ipv4(const std::string &text)
 {
     in_addr address{};
-    return name == "[::1]" ||
-           (inet_pton(AF_INET, name.c_str(), &address) == 1 && (ntohl(address.s_addr) >> 24) == 127);
+    return inet_pton(AF_INET, text.c_str(), &address) == 1 && (ntohl(address.s_addr) >> 24) == 127;
 }
 
 } // namespace
@@ -140,7 +140,7 @@ bool host_is_ours(const std::string &host, int port, const std::vector<std::stri
     bool port_ok = port_text.empty() ? port == 80 : port_text == std::to_string(port);
     if (!port_ok || name.empty())
         return false;
-    if (same_name(name, "localhost") || loopback_literal(name))
+    if (same_name(name, "localhost") || name == "[::1]" || loopback_ipv4(name))
         return true;
     return std::any_of(names.begin(), names.end(), [&](const std::string &given) {
         return same_name(name, given) || same_name(name, "[" + given + "]");
@@ -149,8 +149,10 @@ bool host_is_ours(const std::string &host, int port, const std::vector<std::stri
 
 bool is_loopback(const std::string &address)
 {
-    return address.rfind("127.", 0) == 0 || address == "::1" || address == "localhost" ||
-           address.rfind("::ffff:127.", 0) == 0;
+    in6_addr v6{};
+    if (inet_pton(AF_INET6, address.c_str(), &v6) == 1)
+        return IN6_IS_ADDR_LOOPBACK(&v6) || (IN6_IS_ADDR_V4MAPPED(&v6) && v6.s6_addr[12] == 127);
+    return loopback_ipv4(address) || address == "localhost";
 }
 
 struct WebServer::State {

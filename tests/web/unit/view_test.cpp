@@ -86,7 +86,8 @@ TEST(Loopback, OnlyLoopbackAddressesGoWithoutAPassword)
 {
     for (const char *address : {"127.0.0.1", "127.1.2.3", "::1", "localhost", "::ffff:127.0.0.1"})
         EXPECT_TRUE(is_loopback(address)) << address;
-    for (const char *address : {"0.0.0.0", "10.0.0.1", "::", "128.0.0.1", "localhost.evil.com", "::ffff:10.0.0.1"})
+    for (const char *address : {"0.0.0.0", "10.0.0.1", "::", "128.0.0.1", "localhost.evil.com", "::ffff:10.0.0.1",
+                                "127.0.0.1.evil.example", "127.evil.example", "::1.evil"})
         EXPECT_FALSE(is_loopback(address)) << address;
 }
 
