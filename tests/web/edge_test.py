@@ -65,8 +65,12 @@ class EdgeTest(unittest.TestCase):
     @classmethod
     def tearDownClass(cls):
         cls.server.terminate()
-        cls.server.wait(timeout=BOUND)
+        status = cls.server.wait(timeout=BOUND)
         cls.log.close()
+        # a sanitizer's report ends the server with another status
+        if status != 0:
+            with open(cls.log.name) as log:
+                raise AssertionError('corvane-web returned %d:\n%s' % (status, log.read()[-4000:]))
 
     # ---- plain requests, as curl sends them ----
 
