@@ -107,10 +107,10 @@ private:
 // stand; the other control bytes would end or rewrite the line (NUL ends
 // the text).
 constexpr auto kPlainByte = [] {
-    std::array<bool, 256> plain{};
-    for (size_t byte = 0; byte < plain.size(); ++byte)
-        plain[byte] = byte >= 0x20 ? byte != 0x7f : byte == '\t';
-    return plain;
+    std::array<bool, 256> table{};
+    for (size_t code = 0; code != table.size(); ++code)
+        table[code] = code >= 0x20 ? code != 0x7f : code == '\t';
+    return table;
 }();
 
 bool plain(char c)
@@ -220,46 +220,38 @@ Conversion parse_conversion(const char *mark)
     return conversion;
 }
 
+template <typename T>
+void skip(va_list *args)
+{
+    (void)va_arg(*args, T);
+}
+
 // Steps over the arguments of a conversion other than "%%".
 void skip_arguments(const Conversion &conversion, va_list *args)
 {
     for (int star = 0; star < conversion.stars; ++star)
-        (void)va_arg(*args, int);
-    switch (conversion.letter) {
-    case 's':
-    case 'p':
-    case 'n':
-        (void)va_arg(*args, void *);
-        return;
-    case 'a':
-    case 'A':
-    case 'e':
-    case 'E':
-    case 'f':
-    case 'F':
-    case 'g':
-    case 'G':
-        if (conversion.size == 'L')
-            (void)va_arg(*args, long double);
-        else
-            (void)va_arg(*args, double);
-        return;
-    default:
-        break;
-    }
+        skip<int>(args);
+    if (strchr("spn", conversion.letter))
+        return skip<void *>(args);
+    if (strchr("aAeEfFgG", conversion.letter))
+        return conversion.size == 'L' ? skip<long double>(args) : skip<double>(args);
     if (conversion.longs >= 2 || conversion.size == 'j')
-        (void)va_arg(*args, long long);
-    else if (conversion.longs == 1 || conversion.size == 'z' || conversion.size == 't')
-        (void)va_arg(*args, long);
-    else
-        (void)va_arg(*args, int);
+        return skip<long long>(args);
+    if (conversion.longs == 1 || conversion.size == 'z' || conversion.size == 't')
+        return skip<long>(args);
+    skip<int>(args);
 }
 
 // One conversion as printf formats it, into `piece`; the text is cut at
 // the piece's size.
 size_t format_piece(char *piece, size_t size, const char *spec, va_list args)
 {
+    // `spec` is one conversion cut from a format the compiler checked at
+    // the call of log_line
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
     int length = vsnprintf(piece, size, spec, args);
+#pragma GCC diagnostic pop
     return length < 0 ? 0 : std::min(static_cast<size_t>(length), size - 1);
 }
 
