@@ -7,11 +7,7 @@ set -eu
 script=$1 unit=$2 corvaned=$3
 
 root=$(mktemp -d)
-cleanup() {
-    "$root/etc/init.d/corvaned" stop >/dev/null 2>&1 || true
-    rm -rf "$root"
-}
-trap cleanup EXIT
+trap '"$root/etc/init.d/corvaned" stop >/dev/null 2>&1; rm -rf "$root"' EXIT
 
 failures=0
 fail() {
