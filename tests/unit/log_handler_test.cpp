@@ -68,3 +68,21 @@ TEST_F(SimBusTest, ValueOf64MebibytesGivesBoundedLines)
     expect_bounded_lines(lines, 2);
     EXPECT_NE(lines[0].find(std::string(1024, '9') + "...[cut]!!"), std::string::npos);
 }
+
+TEST_F(SimBusTest, RandomBytesGiveOneLineOfPrintableText)
+{
+    std::string random(1u << 20, ' ');
+    unsigned state = 12345;
+    for (char &c : random) {
+        state = state * 1103515245u + 12345u;
+        c = static_cast<char>((state >> 16) % 255 + 1);  // no NUL: the value would end there
+    }
+    sim::take_record();
+    cb_corvane_admin("corvane.admin", random.c_str());
+    std::string log = sim::take_record().log;
+    expect_bounded_lines(lines_of(log), 1);
+    for (size_t at = 0; at + 1 < log.size(); ++at) {
+        auto byte = static_cast<unsigned char>(log[at]);
+        ASSERT_TRUE(byte == '\t' || (byte >= 0x20 && byte != 0x7f)) << "byte " << int(byte) << " at " << at;
+    }
+}
