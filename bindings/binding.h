@@ -2,8 +2,8 @@
 #ifndef BINDINGS_BINDING_H
 #define BINDINGS_BINDING_H
 
-#include <array>
 #include <cstddef>
+#include <span>
 
 #include "frame/routine.h"
 
@@ -18,15 +18,15 @@ struct NodeBinding {
     bool secret = false;      // a password, community or key: masked in the log on request
 };
 
-constexpr size_t kBindingRows = 538;
-constexpr size_t kSmtpRows = 5;
-constexpr size_t kUserRows = 3;
 constexpr int kMailSlots = 10;
 constexpr int kUserSlots = 12;
 
-extern const std::array<NodeBinding, kBindingRows> binding_table;
-extern const std::array<NodeBinding, kSmtpRows> smtp_table;
-extern const std::array<NodeBinding, kUserRows> user_table;
+// The tables in bindings/tables.cpp; their sizes are their rows'.
+extern const std::span<const NodeBinding> binding_table;
+extern const std::span<const NodeBinding> smtp_table;
+extern const std::span<const NodeBinding> user_table;
+
+inline int row_count(std::span<const NodeBinding> table) { return static_cast<int>(table.size()); }
 
 // Sizes as the legacy 32-bit device laid the records out (four 32-bit words
 // each); the start-up summary reports these on every build. Ours carry the

@@ -130,9 +130,9 @@ void cb_corvane_nodes_sync(char *name_buffer, char *value_buffer, int size)
         synchronise_row(row, name_buffer, value_buffer, size);
 
     LOG("\tCallback Func, all size: %d, struct size: %d, item size: %d.\n",
-        static_cast<int>(kBindingRows) * kDeviceRecordBytes, kDeviceRecordBytes, static_cast<int>(kBindingRows));
-    LOG("\tSMTP mail, all size: %d, item size: %d.\n", static_cast<int>(kSmtpRows) * kDeviceRecordBytes,
-        static_cast<int>(kSmtpRows));
-    LOG("\tAccount users, all size: %d, item size: %d.\n", static_cast<int>(kUserRows) * kDeviceRecordBytes,
-        static_cast<int>(kUserRows));
+        row_count(binding_table) * kDeviceRecordBytes, kDeviceRecordBytes, row_count(binding_table));
+    LOG("\tSMTP mail, all size: %d, item size: %d.\n", row_count(smtp_table) * kDeviceRecordBytes,
+        row_count(smtp_table));
+    LOG("\tAccount users, all size: %d, item size: %d.\n", row_count(user_table) * kDeviceRecordBytes,
+        row_count(user_table));
 }

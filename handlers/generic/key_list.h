@@ -77,6 +77,11 @@ constexpr SimpleSetEntry rec(const char *key, Target target, Event event, Field 
 const SimpleSetEntry *choose_native(const char *name, std::span<const SimpleSetEntry> list,
                                     char (&native)[kNativeNameBytes], int camera = 0);
 
+// The lists of cb_corvane_simple_set and of cb_corvane_simple_set1..6.
+constexpr size_t kSimpleSetVariants = 6;
+extern const std::span<const SimpleSetEntry> simple_set_keys;
+extern const std::span<const SimpleSetEntry> simple_set_variant_keys[kSimpleSetVariants];
+
 // Build-time checks of the lists.
 namespace simple_set_check {
 

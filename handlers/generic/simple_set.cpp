@@ -97,3 +97,5 @@ void cb_corvane_simple_set(const char *name, const char *value)
     nbus_set(native, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }
+
+const std::span<const SimpleSetEntry> simple_set_keys = simple_set_list;

@@ -315,3 +315,7 @@ void cb_corvane_simple_set6(const char *name, const char *value)
 {
     copy_by_key(__func__, name, value, set6_list);
 }
+
+const std::span<const SimpleSetEntry> simple_set_variant_keys[kSimpleSetVariants] = {
+    set1_list, set2_list, set3_list, set4_list, set5_list, set6_list,
+};
