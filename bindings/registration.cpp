@@ -2,8 +2,6 @@
 
 #include "bindings/binding.h"
 #include "frame/context.h"
-#include "handlers/events/actions.h"
-#include "handlers/generic/accounts.h"
 #include "frame/text.h"
 #include "platform/nbus.h"
 
@@ -32,10 +30,8 @@ void register_bindings()
         else
             nbus_listen(row.legacy_name, row.handler);
     }
-    // The handler field of the two small tables is not consulted.
     for (const NodeBinding &row : smtp_table)
-        if (contains(row.legacy_name, "mail%d"))
-            listen_numbered(row.legacy_name, cb_corvane_smtp_mail, kMailSlots);
+        listen_numbered(row.legacy_name, row.handler, kMailSlots);
     for (const NodeBinding &row : user_table)
-        listen_numbered(row.legacy_name, cb_corvane_account_users, kUserSlots);
+        listen_numbered(row.legacy_name, row.handler, kUserSlots);
 }

@@ -11,6 +11,8 @@ namespace sim {
 // are taken from it: the nodes are the server's.
 void ensure_configured();
 bool shared_bus();
+// Empties the bus: its nodes, listeners and read faults.
+void reset_bus();
 // The daemon wrote `name`: recorded, traced, and any signal tied to it raised.
 void note_daemon_write(const std::string &name, const std::string &value);
 // The daemon read `name` (recorded).

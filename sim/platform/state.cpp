@@ -91,8 +91,6 @@ std::string escape_name(const std::string &name)
     return out;
 }
 
-void device_write(const std::string &name, const std::string &value);
-
 namespace {
 
 bool load_device_file(const std::string &path, bool with_nodes, std::string *error)
@@ -163,8 +161,6 @@ void set_param(const std::string &name, const std::string &value)
     store_param_locked(name, value);
     configured = true;
 }
-
-void reset_bus();
 
 void reset()
 {
