@@ -29,6 +29,10 @@ foreach(scenario ${SCENARIOS})
 endforeach()
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/traces)
 
+# The daemon's includes run one way (README.md, layout).
+add_test(NAME layout/includes
+         COMMAND ${CMAKE_COMMAND} -DSOURCE_DIR=${CMAKE_SOURCE_DIR} -P ${CMAKE_SOURCE_DIR}/tests/layout/check_includes.cmake)
+
 # The log under each CORVANE_LOG_SECRETS word: masked as the packaged
 # services run, in clear (the legacy lines) unset or "clear".
 foreach(word mask clear unset)
