@@ -12,6 +12,14 @@ int digit_after(const char *text, const char *marker)
     return static_cast<unsigned char>(found[strlen(marker)]) - '0';
 }
 
+int sensor_of(const char *name, SensorRule rule)
+{
+    int camera = camera_digit(name);
+    if (camera < 1 || camera > 9 || (rule == SensorRule::five_global && camera == 5))
+        return 0;
+    return camera;
+}
+
 size_t put_decimal(char *out, int number)
 {
     char digits[10];

@@ -16,6 +16,12 @@ int digit_after(const char *text, const char *marker);
 // Camera number of a node name: the digit after ".cam", 0 without ".cam".
 inline int camera_digit(const char *name) { return digit_after(name, ".cam"); }
 
+// How a handler reads the sensor a node name addresses: the camera digit
+// when it is 1..9, else 0 (the global node); `five_global`: 5 is the global
+// node too.
+enum class SensorRule { one_to_nine, five_global };
+int sensor_of(const char *name, SensorRule rule = SensorRule::one_to_nine);
+
 inline bool contains(const char *text, const char *part) { return strstr(text, part) != nullptr; }
 inline bool equals(const char *a, const char *b) { return strcmp(a, b) == 0; }
 

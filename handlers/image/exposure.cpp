@@ -21,18 +21,18 @@ struct KeyedNode {
     const char *global;
 };
 
-// Whether camera 5 addresses its own sensor or, like 0, the global node.
-enum class Five { sensor, global };
-
-// The sensor a legacy name addresses: the digit after ".cam" when it is
-// 1..9, else 0 for the global node.
-int sensor_of(const char *name, Five five = Five::sensor)
-{
-    int camera = camera_digit(name);
-    if (camera < 1 || camera > 9 || (five == Five::global && camera == 5))
-        return 0;
-    return camera;
-}
+// The node a legacy name writes: ".cam1".."cam9" address that sensor's
+// node, anything else (no ".cam", ".cam0", a letter after it) the global
+// node; sensor_of in frame/text.h reads the name. Where a call says
+// SensorRule::five_global, ".cam5" addresses the global node too: those
+// nodes have always read so on the device, and clients write them that
+// way (kept). Every other call takes the default rule, where 5 is the
+// fifth sensor.
+//
+// Every log line carries its statement's source line, and clients compare
+// the lines byte for byte: the handlers below keep theirs where they have
+// always stood, so what left this place leaves its lines to this comment.
+//
 
 template <size_t N>
 void node_of(char (&buffer)[N], const char *camera_pattern, const char *global_name, int sensor)
@@ -127,7 +127,7 @@ void cb_corvane_autoexp(const char *name, const char *value)
     if (!ENTERED(name, value))
         return;
     // camera 5 is the global node here (kept)
-    int sensor = sensor_of(name, Five::global);
+    int sensor = sensor_of(name, SensorRule::five_global);
     const char *mode = word_equal_to(value, autoexp_words, nullptr);
     if (!mode) {
         LOG("ERR %s(%d) = %s!!\n", name, sensor, value);
@@ -189,7 +189,7 @@ void cb_corvane_analoggain(const char *name, const char *value)
     format_into(text, "%d", wrap_int32(int64_t{parse_decimal(value)} * 10));
     char native[128];
     node_of(native, "image.cam%d.exposure.max_gain", "image.global.exposure.max_gain",
-            sensor_of(name, Five::global));
+            sensor_of(name, SensorRule::five_global));
     nbus_set(native, text);
     LOG(" %s = %s Done!!\n", native, text);
 }
@@ -240,7 +240,7 @@ void cb_corvane_dn_hrmin(const char *name, const char *value)
     }
     char native[128];
     // camera 5 is the global node here (kept)
-    node_of(native, row->camera, row->global, sensor_of(name, Five::global));
+    node_of(native, row->camera, row->global, sensor_of(name, SensorRule::five_global));
     nbus_set(native, value);
     LOG("Set %s(%s) by %s = %s done!!\n", name, value, native, value);
 }

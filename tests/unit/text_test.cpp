@@ -26,6 +26,25 @@ TEST(DigitAfter, ReadsTheOneCharacterAfterTheMarker)
         EXPECT_EQ(digit_after(c.text, c.marker), c.digit) << c.text;
 }
 
+TEST(SensorOf, TakesOneToNineAndGivesTheGlobalNodeElse)
+{
+    struct Case {
+        const char *name;
+        int one_to_nine;
+        int five_global;
+    } cases[] = {
+        {"corvane.cam1.brightness", 1, 1}, {"corvane.cam9.x", 9, 9},  {"corvane.cam5.dn_hrmin", 5, 0},
+        {"corvane.cam4.x", 4, 4},          {"corvane.cam0.x", 0, 0},  {"corvane.brightness", 0, 0},
+        {"corvane.camA.x", 0, 0},          {"corvane.cam", 0, 0},     {"corvane.cam-1", 0, 0},
+        {"corvane.cam12.x", 1, 1},         {"corvane.cam\xc3", 0, 0},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(sensor_of(c.name), c.one_to_nine) << c.name;
+        EXPECT_EQ(sensor_of(c.name, SensorRule::one_to_nine), c.one_to_nine) << c.name;
+        EXPECT_EQ(sensor_of(c.name, SensorRule::five_global), c.five_global) << c.name;
+    }
+}
+
 TEST(ParseDecimal, BehavesAs32BitStrtol)
 {
     struct Case {
