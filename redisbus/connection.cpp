@@ -263,7 +263,7 @@ bool Connection::open(std::string *error, int read_timeout_ms)
         redisSetTimeout(context_, milliseconds(read_timeout_ms));
         return true;
     }
-    timeval connect_timeout = milliseconds(kConnectTimeoutMs);
+    timeval connect_timeout = milliseconds(std::min(kConnectTimeoutMs, read_timeout_ms));
     context_ = address_.path.empty() ? redisConnectWithTimeout(address_.host.c_str(), address_.port, connect_timeout)
                                      : redisConnectUnixWithTimeout(address_.path.c_str(), connect_timeout);
     if (!context_)

@@ -122,8 +122,8 @@ void ProcessBus::apply_backlog()
 
 void ProcessBus::stop()
 {
-    constexpr int kIdleGraceMs = 300;
-    constexpr int kHandlerGraceMs = 900;
+    constexpr int kIdleGraceMs = 100;
+    constexpr int kHandlerGraceMs = 700;
     constexpr int kAbandonGraceMs = 300;
     constexpr int kFinishMs = 200;
     if (thread_.joinable()) {

@@ -119,20 +119,19 @@ void Reader::finish(int timeout_ms)
     if (!started_)
         return;
     started_ = false;
-    std::string ignored;
-    if (connection_.connected() || connection_.open(&ignored, timeout_ms)) {
-        connection_.open(&ignored, timeout_ms);
-        if (durable_) {
-            connection_.call("corvane_position", {kReadersKey, kChangesKey}, {name_, published_position(), "publish"},
-                             &ignored);
-        } else {
-            connection_.append({"HDEL", kReadersKey, name_}, &ignored);
-            connection_.read(&ignored);
-        }
-        connection_.append({"DEL", wake_key_}, &ignored);
-        connection_.read(&ignored);
-    }
     socket_ = -1;
+    // One try, each step bounded: a stop must not wait on the server.
+    std::string ignored;
+    if (!connection_.open(&ignored, timeout_ms))
+        return;
+    if (durable_)
+        connection_.append_call("corvane_position", {kReadersKey, kChangesKey}, {name_, published_position(), "publish"},
+                                &ignored);
+    else
+        connection_.append({"HDEL", kReadersKey, name_}, &ignored);
+    if (connection_.connected() && connection_.append({"DEL", wake_key_}, &ignored) && connection_.read(&ignored))
+        connection_.read(&ignored);
+    connection_.close();
 }
 
 void Reader::interrupt()
