@@ -287,6 +287,12 @@ bool Connection::open(std::string *error, int read_timeout_ms)
 
 // Refused when the server has it already, or when this user may not load
 // functions (the administrator loads them then): both are no error here.
+bool Connection::reload_library(std::string *error)
+{
+    log_line("the server had lost the function library: loading it again");
+    return load_library(error);
+}
+
 bool Connection::load_library(std::string *error)
 {
     Reply reply(static_cast<redisReply *>(redisCommand(context_, "FUNCTION LOAD %s", kLibrary)));
@@ -352,7 +358,7 @@ Reply Connection::call(const char *function, const Arguments &keys, const Argume
 {
     std::string why;
     Reply reply = append_call(function, keys, arguments, &why) ? read(&why) : nullptr;
-    if (!reply && connected() && is_missing_function(why) && load_library(&why))
+    if (!reply && connected() && is_missing_function(why) && reload_library(&why))
         reply = append_call(function, keys, arguments, &why) ? read(&why) : nullptr;
     if (!reply && error)
         *error = why;
@@ -406,7 +412,7 @@ Status Connection::write_all(const std::vector<Node> &nodes, std::string *last_i
                     return Status::unreachable;
                 for (size_t rest = i + 1; rest < sent; ++rest)
                     read(nullptr);
-                if (reloaded || !is_missing_function(*error) || !load_library(error))
+                if (reloaded || !is_missing_function(*error) || !reload_library(error))
                     return Status::unreachable;
                 reloaded = true;
                 end = i;

@@ -135,6 +135,7 @@ public:
 private:
     bool fail(std::string *error, const std::string &what);
     bool load_library(std::string *error);
+    bool reload_library(std::string *error);
     Status hash_set(const char *key, const std::vector<Node> &nodes, std::string *error);
 
     Address address_;

@@ -200,11 +200,15 @@ void Reader::publish_and_read(int block_ms, const std::function<bool(const Chang
         return;
     }
     Reply published = publish ? connection_.read(&error) : nullptr;
+    bool lost_library = publish && !published && is_missing_function(error);
     Reply reply = !publish || published || connection_.connected() ? connection_.read(&error) : nullptr;
-    if (!reply) {
-        if (connection_.connected() && is_missing_function(error))
-            connection_.close();  // the library is loaded again with the connection
-        note_unreachable(error);
+    if (lost_library) {
+        log_line("the server had lost the function library: loading it again");
+        connection_.close();  // the library is loaded with the next connection
+    }
+    if (!reply || lost_library) {
+        if (!lost_library)
+            note_unreachable(error);
         published_ = false;
         return;
     }
@@ -254,7 +258,8 @@ void Reader::note_publication(const redisReply *reply)
         holding_ = false;
         published_ = false;
     } else if (reply->element[1]->type == REDIS_REPLY_INTEGER && reply->element[1]->integer == 1) {
-        log_line("this reader had been silent longer than its lease; changes after %s may have been trimmed",
+        log_line("this reader was no longer registered (silent longer than its lease, or the server lost its "
+                 "keys); changes after %s may have been trimmed",
                  position_.c_str());
     }
 }
