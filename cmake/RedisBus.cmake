@@ -16,7 +16,8 @@ if(CORVANE_REDIS_BUS)
   endif()
   # The tools' client API (redisbus/client.h) and this process's bus.
   add_library(corvane_redis_client STATIC
-    redisbus/client.cpp redisbus/connection.cpp redisbus/reader.cpp redisbus/process_bus.cpp)
+    redisbus/client.cpp redisbus/connection.cpp redisbus/reader.cpp redisbus/reply.cpp
+    redisbus/process_bus.cpp)
   target_include_directories(corvane_redis_client PUBLIC ${CMAKE_SOURCE_DIR} ${HIREDIS_INCLUDE_DIR})
   target_link_libraries(corvane_redis_client PUBLIC ${HIREDIS_LIBRARY} Threads::Threads)
 

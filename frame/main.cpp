@@ -17,6 +17,7 @@
 #include "platform/mcu.h"
 #include "platform/modelfeature.h"
 #include "platform/nbus.h"
+#include "platform/nbus_backlog.h"
 
 namespace {
 
@@ -88,6 +89,8 @@ int main()
     cb_corvane_nodes_sync(name_buffer, value_buffer, kWorkBufferBytes);
 
     service.ready = 1;
+    if (nbus_apply_backlog)
+        nbus_apply_backlog();
 
     getVersion(&lens.mcu_version);
 

@@ -54,12 +54,12 @@ Status Client::set_all(const std::vector<Node> &nodes)
 
 Status Client::store(const std::vector<Node> &nodes)
 {
-    return connection_->store(kNodesKey, nodes, &error_);
+    return connection_->store(nodes, &error_);
 }
 
 Status Client::store_ranges(const std::vector<Node> &ranges)
 {
-    return connection_->store(kRangesKey, ranges, &error_);
+    return connection_->store_ranges(ranges, &error_);
 }
 
 Status Client::range(const std::string &name, std::string *text)
@@ -90,6 +90,7 @@ Status Client::watch(const std::string &prefix, const std::function<bool(const C
         reader.poll(kWatchBlockMs, [&](const Change &change) {
             if (more && change.name.compare(0, prefix.size(), prefix) == 0)
                 more = on_change(change);
+            return more;
         });
     }
     reader.finish();

@@ -18,68 +18,100 @@ namespace {
 constexpr int kConnectTimeoutMs = 2000;
 constexpr int kPipelineDepth = 1000;
 
-struct Script {
-    const char *name;
-    const char *text;
-};
+// The function library every process loads (FUNCTION LOAD, once per
+// server: a second load is refused and ignored). Writes go through it alone,
+// so that the stream's ids are the server's and a retry is recognised.
+constexpr char kLibrary[] = R"(#!lua name=corvane
 
-// KEYS nodes, changes, writers; ARGV name, value, writer, connection, sequence.
-// A retried write (same connection and sequence) returns the first one's id.
-constexpr char kWriteScript[] = R"(
-local last = redis.call('HGET', KEYS[3], ARGV[4])
-if last then
-  local seq, id = string.match(last, '^(%d+) (.*)$')
-  if seq and tonumber(seq) >= tonumber(ARGV[5]) then return id end
-end
-redis.call('HSET', KEYS[1], ARGV[1], ARGV[2])
-local id = redis.call('XADD', KEYS[2], '*', 'name', ARGV[1], 'value', ARGV[2], 'writer', ARGV[3])
-redis.call('HSET', KEYS[3], ARGV[4], ARGV[5] .. ' ' .. id)
-return id
-)";
-
-// KEYS readers, changes; ARGV reader, position ("" = the stream's end).
-// Publishes the reader's position; returns it and 1 when the reader was
-// not registered before (a new reader, or one whose lease ran out).
-constexpr char kPositionScript[] = R"(
-local t = redis.call('TIME')
-local now = t[1] * 1000 + math.floor(t[2] / 1000)
-local position = ARGV[2]
-if position == '' then
-  position = '0-0'
-  local last = redis.call('XREVRANGE', KEYS[2], '+', '-', 'COUNT', 1)
-  if #last > 0 then position = last[1][1] end
-end
-local added = redis.call('HSET', KEYS[1], ARGV[1], position .. ' ' .. string.format('%.0f', now))
-return {position, added}
-)";
-
-// KEYS readers, changes; ARGV lease in ms. Forgets readers whose lease ran
-// out and trims the stream to the oldest remaining position.
-constexpr char kTrimScript[] = R"(
-local t = redis.call('TIME')
-local now = t[1] * 1000 + math.floor(t[2] / 1000)
-local entries = redis.call('HGETALL', KEYS[1])
-local oldest, oldest_ms, oldest_seq = nil, 0, 0
-for i = 1, #entries, 2 do
-  local id, ms, seq, seen = string.match(entries[i + 1], '^((%d+)-(%d+)) (%d+)$')
-  if not id or now - tonumber(seen) > tonumber(ARGV[1]) then
-    redis.call('HDEL', KEYS[1], entries[i])
-  else
-    ms, seq = tonumber(ms), tonumber(seq)
-    if not oldest or ms < oldest_ms or (ms == oldest_ms and seq < oldest_seq) then
-      oldest, oldest_ms, oldest_seq = id, ms, seq
+-- KEYS nodes, ids, changes[, writer record]; ARGV name, value, writer[,
+-- sequence, lease ms]. A write whose sequence the writer record has seen
+-- is a retry: it returns the first one's id and changes nothing.
+local function write(keys, args)
+  local legacy = string.sub(args[1], 1, 8) == 'corvane.'
+  local nodes = legacy and 'corvane:legacy' or 'corvane:native'
+  if keys[1] ~= nodes or keys[2] ~= nodes .. ':ids' or keys[3] ~= 'corvane:changes' then
+    return redis.error_reply('ERR corvane_write: node ' .. args[1] .. ' belongs in ' .. nodes)
+  end
+  if keys[4] then
+    local last = redis.call('GET', keys[4])
+    if last then
+      local seq, id = string.match(last, '^(%d+) (.*)$')
+      if seq and tonumber(seq) >= tonumber(args[4]) then return id end
     end
   end
+  local id = redis.call('XADD', keys[3], '*', 'name', args[1], 'value', args[2], 'writer', args[3] or 'redis-cli')
+  redis.call('HSET', keys[1], args[1], args[2])
+  redis.call('HSET', keys[2], args[1], id)
+  if keys[4] then redis.call('SET', keys[4], args[4] .. ' ' .. id, 'PX', args[5]) end
+  return id
 end
-if not oldest then return 0 end
-return redis.call('XTRIM', KEYS[2], 'MINID', oldest)
-)";
 
-constexpr Script kScripts[] = {
-    {"write", kWriteScript},
-    {"position", kPositionScript},
-    {"trim", kTrimScript},
-};
+local function now_ms()
+  local t = redis.call('TIME')
+  return t[1] * 1000 + math.floor(t[2] / 1000)
+end
+
+-- The stream's last generated id: a re-created stream starts again low.
+local function last_id(changes)
+  if redis.call('EXISTS', changes) == 0 then return '0-0' end
+  local info = redis.call('XINFO', 'STREAM', changes)
+  for i = 1, #info, 2 do
+    if info[i] == 'last-generated-id' then return info[i + 1] end
+  end
+  return '0-0'
+end
+
+-- KEYS readers, changes; ARGV reader, position, mode. Mode "publish":
+-- publishes the position; returns {position, 1 when the reader was not
+-- registered}. Mode "start": a registered reader keeps its position, a new
+-- one registers at the stream's end; returns {position, 1 when it was
+-- registered, the stream's last id}.
+local function position(keys, args)
+  local stamp = ' ' .. string.format('%.0f', now_ms())
+  local last = last_id(keys[2])
+  if args[3] == 'start' then
+    local held = redis.call('HGET', keys[1], args[1])
+    local id = held and string.match(held, '^(%d+-%d+) ')
+    redis.call('HSET', keys[1], args[1], (id or last) .. stamp)
+    return {id or last, id and 1 or 0, last}
+  end
+  -- A position past the stream's end (the stream was re-created below it)
+  -- would let the stream be trimmed to nothing: the start holds instead.
+  local stored = args[2]
+  local ms, seq = string.match(stored, '^(%d+)-(%d+)$')
+  local last_ms, last_seq = string.match(last, '^(%d+)-(%d+)$')
+  if ms and (tonumber(ms) > tonumber(last_ms) or (ms == last_ms and tonumber(seq) > tonumber(last_seq))) then
+    stored = '0-0'
+  end
+  local added = redis.call('HSET', keys[1], args[1], stored .. stamp)
+  return {args[2], added, last}
+end
+
+-- KEYS readers, changes; ARGV lease in ms. Forgets readers whose lease ran
+-- out and trims the stream to the oldest remaining position.
+local function trim(keys, args)
+  local now = now_ms()
+  local entries = redis.call('HGETALL', keys[1])
+  local oldest, oldest_ms, oldest_seq = nil, 0, 0
+  for i = 1, #entries, 2 do
+    local id, ms, seq, seen = string.match(entries[i + 1], '^((%d+)-(%d+)) (%d+)$')
+    if not id or now - tonumber(seen) > tonumber(args[1]) then
+      redis.call('HDEL', keys[1], entries[i])
+    else
+      ms, seq = tonumber(ms), tonumber(seq)
+      if not oldest or ms < oldest_ms or (ms == oldest_ms and seq < oldest_seq) then
+        oldest, oldest_ms, oldest_seq = id, ms, seq
+      end
+    end
+  end
+  if not oldest then return 0 end
+  return redis.call('XTRIM', keys[2], 'MINID', oldest)
+end
+
+redis.register_function('corvane_write', write)
+redis.register_function('corvane_position', position)
+redis.register_function('corvane_trim', trim)
+)";
 
 bool is_loopback(const std::string &host)
 {
@@ -104,6 +136,16 @@ std::string reply_text(const redisReply *reply)
     if (reply->str)
         return std::string(reply->str, reply->len);
     return "";
+}
+
+bool is_legacy(std::string_view name)
+{
+    return name.compare(0, sizeof kLegacyPrefix - 1, kLegacyPrefix) == 0;
+}
+
+bool is_missing_function(const std::string &error)
+{
+    return error.find("Function not found") != std::string::npos;
 }
 
 StreamId StreamId::parse(std::string_view text)
@@ -175,7 +217,8 @@ std::string process_writer()
 }
 
 Connection::Connection(Address address)
-    : address_(std::move(address)), token_(process_writer() + "#" + std::to_string(++connections_made))
+    : address_(std::move(address)),
+      writer_key_(kWriterPrefix + process_writer() + "#" + std::to_string(++connections_made))
 {
 }
 
@@ -189,7 +232,7 @@ void Connection::close()
     if (context_)
         redisFree(context_);
     context_ = nullptr;
-    shas_.clear();
+    socket_ = -1;
 }
 
 bool Connection::fail(std::string *error, const std::string &what)
@@ -220,7 +263,7 @@ bool Connection::open(std::string *error, int read_timeout_ms)
         redisSetTimeout(context_, milliseconds(read_timeout_ms));
         return true;
     }
-    timeval connect_timeout = milliseconds(kConnectTimeoutMs);
+    timeval connect_timeout = milliseconds(std::min(kConnectTimeoutMs, read_timeout_ms));
     context_ = address_.path.empty() ? redisConnectWithTimeout(address_.host.c_str(), address_.port, connect_timeout)
                                      : redisConnectUnixWithTimeout(address_.path.c_str(), connect_timeout);
     if (!context_)
@@ -238,18 +281,23 @@ bool Connection::open(std::string *error, int read_timeout_ms)
         if (reply->type == REDIS_REPLY_ERROR)
             return fail(error, reply_text(reply.get()));
     }
-    // Load the scripts in one round trip.
-    for (const Script &script : kScripts)
-        redisAppendCommand(context_, "SCRIPT LOAD %s", script.text);
-    for (const Script &script : kScripts) {
-        void *raw = nullptr;
-        if (redisGetReply(context_, &raw) != REDIS_OK)
-            return fail(error, context_->errstr);
-        Reply reply(static_cast<redisReply *>(raw));
-        if (reply->type != REDIS_REPLY_STRING)
-            return fail(error, reply_text(reply.get()));
-        shas_.emplace_back(script.name, reply_text(reply.get()));
-    }
+    socket_ = context_->fd;
+    return load_library(error);
+}
+
+// Refused when the server has it already, or when this user may not load
+// functions (the administrator loads them then): both are no error here.
+bool Connection::reload_library(std::string *error)
+{
+    log_line("the server had lost the function library: loading it again");
+    return load_library(error);
+}
+
+bool Connection::load_library(std::string *error)
+{
+    Reply reply(static_cast<redisReply *>(redisCommand(context_, "FUNCTION LOAD %s", kLibrary)));
+    if (!reply)
+        return fail(error, context_->errstr);
     return true;
 }
 
@@ -296,32 +344,25 @@ Reply Connection::command(const Arguments &arguments, std::string *error)
     return read(error);
 }
 
-const std::string &Connection::script_sha(const char *name)
+bool Connection::append_call(const char *function, const Arguments &keys, const Arguments &arguments,
+                             std::string *error)
 {
-    static const std::string none;
-    for (auto &[script, sha] : shas_)
-        if (script == name)
-            return sha;
-    return none;
-}
-
-bool Connection::append_script(const char *name, const Arguments &keys, const Arguments &arguments,
-                               std::string *error)
-{
-    if (!context_ && !open(error))
-        return false;
     std::string count = std::to_string(keys.size());
-    Arguments all = {"EVALSHA", script_sha(name), count};
+    Arguments all = {"FCALL", function, count};
     all.insert(all.end(), keys.begin(), keys.end());
     all.insert(all.end(), arguments.begin(), arguments.end());
     return append(all, error);
 }
 
-Reply Connection::script(const char *name, const Arguments &keys, const Arguments &arguments, std::string *error)
+Reply Connection::call(const char *function, const Arguments &keys, const Arguments &arguments, std::string *error)
 {
-    if (!append_script(name, keys, arguments, error))
-        return nullptr;
-    return read(error);
+    std::string why;
+    Reply reply = append_call(function, keys, arguments, &why) ? read(&why) : nullptr;
+    if (!reply && connected() && is_missing_function(why) && reload_library(&why))
+        reply = append_call(function, keys, arguments, &why) ? read(&why) : nullptr;
+    if (!reply && error)
+        *error = why;
+    return reply;
 }
 
 Status Connection::hash_get(const char *key, const std::string &name, std::string *value, std::string *error)
@@ -337,7 +378,7 @@ Status Connection::hash_get(const char *key, const std::string &name, std::strin
 
 Status Connection::get(const std::string &name, std::string *value, std::string *error)
 {
-    return hash_get(kNodesKey, name, value, error);
+    return hash_get(nodes_key(name), name, value, error);
 }
 
 Status Connection::write(const std::string &name, const std::string &value, std::string *id, std::string *error)
@@ -345,31 +386,48 @@ Status Connection::write(const std::string &name, const std::string &value, std:
     return write_all({{name, value}}, id, error);
 }
 
+// Pipelined in blocks. The sequence advances only with the server's
+// replies, so a block retried after a lost reply carries the sequences the
+// server may have seen already, and the function makes those writes once.
 Status Connection::write_all(const std::vector<Node> &nodes, std::string *last_id, std::string *error)
 {
     static const std::string writer = process_writer();
-    for (size_t first = 0; first < nodes.size(); first += kPipelineDepth) {
-        size_t end = std::min(nodes.size(), first + kPipelineDepth);
-        unsigned long long first_sequence = sequence_ + 1;
-        for (size_t i = first; i < end; ++i) {
-            std::string sequence = std::to_string(first_sequence + (i - first));
-            if (!append_script("write", {kNodesKey, kChangesKey, kWritersKey},
-                               {nodes[i].name, nodes[i].value, writer, token_, sequence}, error))
+    const std::string lease = std::to_string(reader_lease_ms());
+    bool reloaded = false;
+    size_t next = 0;
+    while (next < nodes.size()) {
+        size_t end = std::min(nodes.size(), next + kPipelineDepth);
+        for (size_t i = next; i < end; ++i) {
+            const std::string &name = nodes[i].name;
+            std::string sequence = std::to_string(sequence_ + 1 + (i - next));
+            if (!append_call("corvane_write", {nodes_key(name), ids_key(name), kChangesKey, writer_key_},
+                             {name, nodes[i].value, writer, sequence, lease}, error))
                 return Status::unreachable;
         }
-        sequence_ = first_sequence + (end - first) - 1;
-        for (size_t i = first; i < end; ++i) {
+        size_t sent = end;
+        for (size_t i = next; i < sent; ++i) {
             Reply reply = read(error);
-            if (!reply)
-                return Status::unreachable;
+            if (!reply) {
+                if (!connected())
+                    return Status::unreachable;
+                for (size_t rest = i + 1; rest < sent; ++rest)
+                    read(nullptr);
+                if (reloaded || !is_missing_function(*error) || !reload_library(error))
+                    return Status::unreachable;
+                reloaded = true;
+                end = i;
+                break;
+            }
+            ++sequence_;
             if (last_id)
                 *last_id = reply_text(reply.get());
         }
+        next = end;
     }
     return Status::ok;
 }
 
-Status Connection::store(const char *key, const std::vector<Node> &nodes, std::string *error)
+Status Connection::hash_set(const char *key, const std::vector<Node> &nodes, std::string *error)
 {
     for (size_t first = 0; first < nodes.size(); first += kPipelineDepth) {
         Arguments arguments = {"HSET", key};
@@ -383,21 +441,44 @@ Status Connection::store(const char *key, const std::vector<Node> &nodes, std::s
     return Status::ok;
 }
 
+Status Connection::store(const std::vector<Node> &nodes, std::string *error)
+{
+    std::vector<Node> legacy, native;
+    for (const Node &node : nodes)
+        (is_legacy(node.name) ? legacy : native).push_back(node);
+    Status status = hash_set(kLegacyKey, legacy, error);
+    return status == Status::ok ? hash_set(kNativeKey, native, error) : status;
+}
+
+Status Connection::store_ranges(const std::vector<Node> &ranges, std::string *error)
+{
+    return hash_set(kRangesKey, ranges, error);
+}
+
+// The value only: the id of its last write stays, so that a change still
+// on its way is not taken for one that was never stored.
 Status Connection::erase(const std::string &name, std::string *error)
 {
-    return command({"HDEL", kNodesKey, name}, error) ? Status::ok : Status::unreachable;
+    return command({"HDEL", nodes_key(name), name}, error) ? Status::ok : Status::unreachable;
 }
 
 Status Connection::dump(const std::string &prefix, std::vector<Node> *nodes, std::string *error)
 {
     nodes->clear();
-    Reply reply = command({"HGETALL", kNodesKey}, error);
-    if (!reply)
-        return Status::unreachable;
-    for (size_t i = 0; i + 1 < reply->elements; i += 2) {
-        std::string name = reply_text(reply->element[i]);
-        if (name.compare(0, prefix.size(), prefix) == 0)
-            nodes->push_back({name, reply_text(reply->element[i + 1])});
+    std::string_view legacy(kLegacyPrefix);
+    bool in_legacy = is_legacy(prefix) || legacy.compare(0, prefix.size(), prefix) == 0;
+    bool in_native = !is_legacy(prefix);
+    for (const char *key : {kLegacyKey, kNativeKey}) {
+        if (key == kLegacyKey ? !in_legacy : !in_native)
+            continue;
+        Reply reply = command({"HGETALL", key}, error);
+        if (!reply)
+            return Status::unreachable;
+        for (size_t i = 0; i + 1 < reply->elements; i += 2) {
+            std::string name = reply_text(reply->element[i]);
+            if (name.compare(0, prefix.size(), prefix) == 0)
+                nodes->push_back({name, reply_text(reply->element[i + 1])});
+        }
     }
     std::sort(nodes->begin(), nodes->end(), [](const Node &a, const Node &b) { return a.name < b.name; });
     return Status::ok;
@@ -405,7 +486,9 @@ Status Connection::dump(const std::string &prefix, std::vector<Node> *nodes, std
 
 Status Connection::clear(std::string *error)
 {
-    return command({"DEL", kNodesKey, kRangesKey, kChangesKey, kReadersKey, kWritersKey}, error)
+    return command({"DEL", kLegacyKey, kNativeKey, kLegacyIdsKey, kNativeIdsKey, kRangesKey, kChangesKey,
+                    kReadersKey},
+                   error)
                ? Status::ok
                : Status::unreachable;
 }

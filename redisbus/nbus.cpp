@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/nbus.h"
+#include "platform/nbus_backlog.h"
 #include "redisbus/process_bus.h"
 
 namespace {
@@ -71,6 +72,12 @@ extern "C" int nbus_release(void)
         bus_released = true;
     }
     bus.stop();
+    return 0;
+}
+
+extern "C" int nbus_apply_backlog(void)
+{
+    bus.apply_backlog();
     return 0;
 }
 

@@ -4,7 +4,9 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
+#include <sys/socket.h>
 #include <pthread.h>
 
 namespace corvane::bus {
@@ -48,7 +50,7 @@ bool ProcessBus::open(const std::string &address, bool wait, std::string *error)
         open_waiting(&first);
     else if (!first.open(error))
         return false;
-    reader_ = std::make_unique<Reader>(address_);
+    reader_ = std::make_unique<Reader>(address_, program_invocation_short_name);
     return true;
 }
 
@@ -71,6 +73,8 @@ Connection &ProcessBus::connection()
         mine.connection = std::make_unique<Connection>(address_);
         mine.generation = generation_;
     }
+    if (on_bus_thread())
+        bus_thread_socket_ = mine.connection->socket();
     return *mine.connection;
 }
 
@@ -83,6 +87,9 @@ void ProcessBus::start(Sink sink)
     }
     sink_ = std::move(sink);
     stopping_ = false;
+    loop_ended_ = false;
+    stop_requested_ = false;
+    abandoned_ = false;
     // Signals go to the process's other threads, never to the bus thread.
     sigset_t all, previous;
     sigfillset(&all);
@@ -92,20 +99,63 @@ void ProcessBus::start(Sink sink)
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
+void ProcessBus::apply_backlog()
+{
+    if (!reader_)
+        return;
+    const Backlog &backlog = reader_->backlog();
+    if (backlog.writes > 0) {
+        const char *mode = getenv("CORVANE_BUS_BACKLOG");
+        bool skip = mode && strcmp(mode, "skip") == 0;
+        if (skip)
+            log_line("%ld client writes of legacy nodes made while %s was not running skipped (after change %s)",
+                     backlog.writes, program_invocation_short_name, backlog.after.c_str());
+        else
+            log_line("%ld client writes of legacy nodes made while %s was not running, after change %s: "
+                     "applying the latest of %zu nodes in bus order",
+                     backlog.writes, program_invocation_short_name, backlog.after.c_str(), backlog.latest.size());
+        for (size_t i = 0; !skip && i < backlog.latest.size() && !stop_requested_; ++i)
+            set(backlog.latest[i].name, backlog.latest[i].value);
+    }
+    reader_->release_backlog();
+}
+
 void ProcessBus::stop()
 {
+    constexpr int kIdleGraceMs = 100;
+    constexpr int kHandlerGraceMs = 700;
+    constexpr int kAbandonGraceMs = 300;
+    constexpr int kFinishMs = 200;
     if (thread_.joinable()) {
-        wait_idle();
+        wait_idle_for(kIdleGraceMs);
         {
             std::lock_guard<std::mutex> lock(mutex_);
             stopping_ = true;
         }
-        wake();
+        stop_requested_ = true;
+        reader_->interrupt();
+        std::unique_lock<std::mutex> lock(mutex_);
+        bool ended = changed_.wait_for(lock, std::chrono::milliseconds(kHandlerGraceMs), [this] { return loop_ended_; });
+        if (!ended) {
+            // A handler waits on a server that does not answer: its bus
+            // calls fail from now on, so that it returns.
+            abandoned_ = true;
+            int socket = bus_thread_socket_;
+            if (socket >= 0)
+                shutdown(socket, SHUT_RDWR);
+            ended = changed_.wait_for(lock, std::chrono::milliseconds(kAbandonGraceMs), [this] { return loop_ended_; });
+        }
+        lock.unlock();
+        if (!ended) {
+            thread_.detach();  // the process ends without it
+            (void)reader_.release();
+            return;
+        }
         thread_.join();
         thread_id_ = std::thread::id();
     }
     if (reader_)
-        reader_->finish();
+        reader_->finish(kFinishMs);
     reader_.reset();
 }
 
@@ -123,15 +173,22 @@ void ProcessBus::loop()
             busy_ = false;
             changed_.notify_all();
         }
+        if (stopping_)
+            break;
         lock.unlock();
         reader_->poll(kIdleBlockMs, [this](const Change &change) {
+            if (stop_requested_)
+                return false;
             sink_(change);
             std::lock_guard<std::mutex> delivered(mutex_);
             delivered_ = StreamId::parse(change.id);
             changed_.notify_all();
+            return true;
         });
         lock.lock();
     }
+    loop_ended_ = true;
+    changed_.notify_all();
 }
 
 bool ProcessBus::idle_locked() const
@@ -152,7 +209,13 @@ void ProcessBus::wait_idle()
         std::this_thread::yield();
         lock.lock();
     }
-    changed_.wait(lock, [this] { return idle_locked(); });
+    changed_.wait(lock, [this] { return idle_locked() || stop_requested_; });
+}
+
+bool ProcessBus::wait_idle_for(int ms)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::milliseconds(ms), [this] { return idle_locked(); });
 }
 
 void ProcessBus::wake()
@@ -179,9 +242,11 @@ void ProcessBus::run(const std::function<void()> &work)
 
 template <typename Operation> Status ProcessBus::with_retry_once(Operation operation)
 {
+    if (abandoned())
+        return Status::unreachable;
     std::string error;
     Status status = operation(connection(), &error);
-    if (status == Status::unreachable)
+    if (status == Status::unreachable && !stop_requested_)
         status = operation(connection(), &error);  // the first try may meet a connection the server closed
     if (status == Status::unreachable)
         note_unreachable(error);
@@ -202,12 +267,12 @@ Status ProcessBus::range(const std::string &name, std::string *text)
 
 Status ProcessBus::store(const std::vector<Node> &nodes)
 {
-    return with_retry_once([&](Connection &c, std::string *error) { return c.store(kNodesKey, nodes, error); });
+    return with_retry_once([&](Connection &c, std::string *error) { return c.store(nodes, error); });
 }
 
 Status ProcessBus::store_ranges(const std::vector<Node> &ranges)
 {
-    return with_retry_once([&](Connection &c, std::string *error) { return c.store(kRangesKey, ranges, error); });
+    return with_retry_once([&](Connection &c, std::string *error) { return c.store_ranges(ranges, error); });
 }
 
 Status ProcessBus::erase(const std::string &name)
@@ -233,8 +298,9 @@ bool ProcessBus::set(const std::string &name, const std::string &value)
     std::string id;
     auto write = [&](Connection &c, std::string *error) { return c.write(name, value, &id, error); };
     while (with_retry_once(write) != Status::ok) {
-        if (now_ms() >= deadline) {
-            log_line("write of node \"%s\" dropped after %ld ms: the bus is unreachable", name.c_str(), budget);
+        if (now_ms() >= deadline || stop_requested_) {
+            log_line("write of node \"%s\" dropped after %ld ms: the bus is unreachable", name.c_str(),
+                     std::min(budget, now_ms() - (deadline - budget)));
             return false;
         }
         pause_ms(pause);

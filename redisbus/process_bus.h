@@ -9,6 +9,7 @@
 #ifndef REDISBUS_PROCESS_BUS_H
 #define REDISBUS_PROCESS_BUS_H
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -29,13 +30,23 @@ public:
     ~ProcessBus();
 
     // Parses the address and connects, waiting for the server when `wait`.
+    // The process's reader is named after the program: a service's reader,
+    // which resumes at the next start where this run stopped.
     bool open(const std::string &address, bool wait, std::string *error);
     const Address &address() const { return address_; }
     // Registers this process's reader at the end of the change stream and
     // starts the bus thread: `sink` sees every write made from now on, in
     // order.
     void start(Sink sink);
-    // Waits until idle, then ends the bus thread and leaves the stream.
+    // The client writes of legacy nodes made since this service's last run
+    // stopped (see Reader::start), written again in bus order, each node's
+    // latest once, after one line that says how many and after which
+    // change; with CORVANE_BUS_BACKLOG=skip only the line. Then the reader
+    // publishes its own position.
+    void apply_backlog();
+    // Ends the bus thread once the running change is handled and publishes
+    // the position: changes not yet handled stay for the next start. Within
+    // about 1.5 s whatever the server does.
     void stop();
     bool on_bus_thread() const { return std::this_thread::get_id() == thread_id_; }
 
@@ -58,6 +69,8 @@ private:
     Connection &connection();
     template <typename Operation> Status with_retry_once(Operation operation);
     void loop();
+    bool wait_idle_for(int ms);
+    bool abandoned() const { return abandoned_ && on_bus_thread(); }
     void wake();
     bool idle_locked() const;
 
@@ -75,6 +88,10 @@ private:
     std::deque<std::function<void()>> tasks_;
     bool busy_ = false;
     bool stopping_ = false;
+    bool loop_ended_ = false;
+    std::atomic<bool> stop_requested_{false};
+    std::atomic<bool> abandoned_{false};  // the bus thread's calls fail at once
+    std::atomic<int> bus_thread_socket_{-1};
 };
 
 } // namespace corvane::bus

@@ -72,7 +72,7 @@ int sync(const std::string &address, const std::string &device)
     corvane::bus::Connection bare(parsed);
     start = Clock::now();
     for (long i = 0; i < gets; ++i)
-        bare.command({"HGET", corvane::bus::kNodesKey, "image.cam1.brightness"}, &error);
+        bare.command({"HGET", corvane::bus::kNativeKey, "image.cam1.brightness"}, &error);
     for (long i = 0; i < sets; ++i)
         bare.command({"HSET", "corvane:bench", "image.cam1.brightness", std::to_string(i)}, &error);
     double floor_seconds = seconds_since(start);
@@ -90,6 +90,7 @@ bool await(corvane::bus::Reader &reader, const std::string &name, const std::str
     while (!seen && seconds_since(start) < 60)
         reader.poll(50, [&](const corvane::bus::Change &change) {
             seen = seen || (change.name == name && change.value == value);
+            return true;
         });
     return seen;
 }

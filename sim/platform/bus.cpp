@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/nbus.h"
+#include "platform/nbus_backlog.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
 #include "sim/platform/store.h"
@@ -290,6 +291,12 @@ extern "C" int nbus_release(void)
     // no longer holds changes back from trimming.
     if (store()->shared())
         store()->stop();
+    return 0;
+}
+
+extern "C" int nbus_apply_backlog(void)
+{
+    store()->apply_backlog();
     return 0;
 }
 

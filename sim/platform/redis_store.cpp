@@ -57,6 +57,7 @@ public:
     bool shared() const override { return true; }
     void run(const std::function<void()> &work) override { bus_.run(work); }
     void wait_idle() override { bus_.wait_idle(); }
+    void apply_backlog() override { bus_.apply_backlog(); }
 
 private:
     Sink sink_;

@@ -39,6 +39,8 @@ public:
     virtual void stop() = 0;
     virtual void run(const std::function<void()> &work) = 0;
     virtual void wait_idle() = 0;
+    // A shared store's writes made while this service was not running.
+    virtual void apply_backlog() {}
 };
 
 std::unique_ptr<NodeStore> make_local_store(NodeStore::Sink sink);

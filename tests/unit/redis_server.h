@@ -32,6 +32,10 @@ public:
         return pid_ > 0 ? "redis:" + socket_ : "";
     }
 
+    // SIGSTOP and SIGCONT: a server that takes its time to answer.
+    void pause_server() { kill(pid_, SIGSTOP); }
+    void resume_server() { kill(pid_, SIGCONT); }
+
     void kill_server()
     {
         if (pid_ <= 0)
