@@ -13,7 +13,7 @@ run() {
     cmake -S . -B "build/$name" -G Ninja -DCORVANE_TESTS=ON "$@" >/dev/null
     cmake --build "build/$name" -j "$jobs"
     echo "=== $name: tests"
-    (cd "build/$name" && ctest --output-on-failure --no-tests=error -j "$jobs")
+    (cd "build/$name" && ctest --output-on-failure --no-tests=error --timeout 900 -j "$jobs")
 }
 
 run host -DCMAKE_BUILD_TYPE=RelWithDebInfo

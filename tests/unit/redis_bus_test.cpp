@@ -266,6 +266,8 @@ TEST_F(RedisBusTest, AReaderRecoversFromAStreamSetBackOrBlocked)
         std::vector<corvane::bus::Arguments> mistake;
         const char *line;
     };
+    // Arguments are views: the id an hour ahead must outlive the table.
+    const std::string hour_ahead = std::to_string((time(nullptr) + 3600) * 1000ull) + "-0";
     const Case cases[] = {
         {"stream deleted", {{"DEL", "corvane:changes"}}, nullptr},
         {"maximum id, then deleted",
@@ -273,8 +275,7 @@ TEST_F(RedisBusTest, AReaderRecoversFromAStreamSetBackOrBlocked)
           {"DEL", "corvane:changes"}},
          "following it from its start"},
         {"an hour ahead, then re-created",
-         {{"XADD", "corvane:changes", std::to_string((time(nullptr) + 3600) * 1000ull) + "-0", "name", "x", "value",
-           "1"},
+         {{"XADD", "corvane:changes", hour_ahead, "name", "x", "value", "1"},
           {"DEL", "corvane:changes"},
           {"XADD", "corvane:changes", "1-1", "name", "y", "value", "1"}},
          "following it from its start"},

@@ -8,7 +8,9 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -67,6 +69,13 @@ private:
         }
         pid_ = fork();
         if (pid_ == 0) {
+            // Dies with the test process and keeps none of its descriptors:
+            // a crashed test must not leave ctest waiting on an open pipe.
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            int null = open("/dev/null", O_RDWR);
+            dup2(null, STDIN_FILENO);
+            dup2(null, STDOUT_FILENO);
+            dup2(null, STDERR_FILENO);
             execlp("redis-server", "redis-server", "--port", "0", "--unixsocket", socket_.c_str(), "--save", "",
                    "--appendonly", "no", "--dir", directory_.c_str(), "--logfile", "/dev/null",
                    static_cast<char *>(nullptr));
