@@ -13,7 +13,10 @@ include(GoogleTest)
 file(GLOB UNIT_TEST_SOURCES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tests/unit/*.cpp)
 add_executable(corvane-unit-tests ${UNIT_TEST_SOURCES})
 target_link_libraries(corvane-unit-tests PRIVATE corvaned_core corvane_platform_sim gtest_main)
-gtest_discover_tests(corvane-unit-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+if(CORVANE_TEST_PROPERTIES)
+  set(unit_test_properties PROPERTIES ${CORVANE_TEST_PROPERTIES})
+endif()
+gtest_discover_tests(corvane-unit-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 ${unit_test_properties})
 
 # Every tests/scenarios/**/*.scn is one test: corvane-sim runs it and fails
 # on the first expectation that does not hold.

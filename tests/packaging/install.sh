@@ -24,11 +24,10 @@ expect() {
 
 {
     echo "$prefix/sbin/corvaned"
-    echo "$sysconfdir/init.d/corvaned"
-    echo "$unitdir/corvaned.service"
-    [ "$man" = ON ] && echo "$prefix/share/man/man8/corvaned.8"
-    true
+    echo "$sysconfdir/init.d/S80corvaned"
 } | expect daemon
+echo "$unitdir/corvaned.service" | expect daemon-systemd
+if [ "$man" = ON ]; then echo "$prefix/share/man/man8/corvaned.8"; fi | expect daemon-doc
 
 {
     echo "$prefix/bin/corvane-sim"
@@ -46,15 +45,15 @@ expect() {
 
 # The init files name the installed daemon, which answers --version.
 daemon=$work/daemon
-grep -qx "EXEC=\"$prefix/sbin/\$DAEMON\"" "$daemon$sysconfdir/init.d/corvaned" ||
+grep -qx "EXEC=\"$prefix/sbin/\$DAEMON\"" "$daemon$sysconfdir/init.d/S80corvaned" ||
     { echo "init script does not start $prefix/sbin/corvaned"; exit 1; }
-[ -x "$daemon$sysconfdir/init.d/corvaned" ] || { echo "init script not executable"; exit 1; }
-grep -qx "ExecStart=$prefix/sbin/corvaned" "$daemon$unitdir/corvaned.service" ||
+[ -x "$daemon$sysconfdir/init.d/S80corvaned" ] || { echo "init script not executable"; exit 1; }
+grep -qx "ExecStart=$prefix/sbin/corvaned" "$work/daemon-systemd$unitdir/corvaned.service" ||
     { echo "unit does not start $prefix/sbin/corvaned"; exit 1; }
 answer=$("$daemon$prefix/sbin/corvaned" --version)
 [ "$answer" = "corvaned $version" ] || { echo "installed corvaned --version says '$answer'"; exit 1; }
 if [ "$man" = ON ]; then
-    grep -q '^\.TH "corvaned" "8"' "$daemon$prefix/share/man/man8/corvaned.8" ||
+    grep -q '^\.TH "corvaned" "8"' "$work/daemon-doc$prefix/share/man/man8/corvaned.8" ||
         { echo "corvaned.8 is no man page"; exit 1; }
 fi
-echo "components daemon and host install what they should"
+echo "components daemon, daemon-systemd, daemon-doc and host install what they should"
