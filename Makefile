@@ -58,20 +58,21 @@ tsan:
 
 # make install [DESTDIR=...] [PREFIX=/usr/local] [ARCH=host|arm]
 #              [COMPONENT=daemon|daemon-systemd|daemon-doc|host]
-# One build folder per architecture; the daemon component builds only what
+# One build folder per architecture (INSTALL_BUILD); the daemon component builds only what
 # it installs; everything is installed stripped.
 PREFIX ?= /usr/local
 ARCH ?= host
+INSTALL_BUILD ?= build/install-$(ARCH)
 install_options_host =
 install_options_arm = -DCMAKE_TOOLCHAIN_FILE=cmake/arm-linux-gnueabihf.cmake
 install_targets_daemon = --target corvaned
 install:
 	$(if $(filter host arm,$(ARCH)),,$(error ARCH must be host or arm, not $(ARCH)))
-	cmake -S . -B build/install-$(ARCH) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF \
+	cmake -S . -B $(INSTALL_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF \
 	  $(install_options_$(ARCH)) \
 	  -DCMAKE_INSTALL_PREFIX=$(PREFIX) -DCORVANE_DEVICE_DIR=$(PREFIX)/share/corvaned/devices
-	cmake --build build/install-$(ARCH) -j $(JOBS) $(install_targets_$(COMPONENT))
-	DESTDIR=$(DESTDIR) cmake --install build/install-$(ARCH) --strip $(if $(COMPONENT),--component $(COMPONENT))
+	cmake --build $(INSTALL_BUILD) -j $(JOBS) $(install_targets_$(COMPONENT))
+	DESTDIR=$(DESTDIR) cmake --install $(INSTALL_BUILD) --strip $(if $(COMPONENT),--component $(COMPONENT))
 
 # Debian packages for this machine and armhf, in build/debian-packages.
 packages:

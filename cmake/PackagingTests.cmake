@@ -1,6 +1,7 @@
 # Tests of what reaches a device: the programs' --help/--version, the
-# install rules, the init script, the systemd unit, the Debian packages and
-# the release binary's hardening. The sanitizer build runs only the entry
+# install rules, the init script, the systemd unit, the Debian packages, the
+# release binary's hardening and the device build booted in a firmware
+# image. The sanitizer build runs only the entry
 # tests, the cross build adds the hardening check, the host build the rest.
 set(PACKAGING_TESTS ${CMAKE_SOURCE_DIR}/tests/packaging)
 
@@ -59,3 +60,19 @@ add_test(NAME packaging/debian
 set_tests_properties(packaging/debian PROPERTIES TIMEOUT 900 RUN_SERIAL ON)
 set_tests_properties(packaging/install packaging/install-deps packaging/init-script
   packaging/systemd-unit packaging/debian PROPERTIES LABELS packaging)
+
+# The device build booted in a BusyBox firmware image under qemu-system-arm:
+# needs the emulator, the cross compiler and the armhf kernel and BusyBox
+# packages that scripts/install-deps.sh fetches. Two boots of a few seconds
+# each, alone on the machine so that a boot is not starved.
+set(CORVANE_IMAGE_PACKAGES ${CMAKE_SOURCE_DIR}/build/image-packages
+  CACHE PATH "Where scripts/install-deps.sh puts the armhf kernel and BusyBox packages")
+find_program(QEMU_SYSTEM_ARM qemu-system-arm)
+find_program(ARM_CXX arm-linux-gnueabihf-g++)
+find_program(CPIO cpio)
+if(QEMU_SYSTEM_ARM AND ARM_CXX AND CPIO)
+  add_test(NAME image/boot
+    COMMAND ${CMAKE_SOURCE_DIR}/tests/image/boot.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}
+            ${CORVANE_IMAGE_PACKAGES})
+  set_tests_properties(image/boot PROPERTIES TIMEOUT 900 RUN_SERIAL ON LABELS packaging)
+endif()

@@ -1,5 +1,5 @@
 #!/bin/sh
-# scripts/install-deps.sh with dpkg, apt-get, id and sudo stood in for: as
+# scripts/install-deps.sh with dpkg, apt-get, apt-cache, id and sudo stood in for: as
 # root it calls apt-get itself, as a user through sudo, and without sudo it
 # says what to do; apt's output goes to the log, one line to the terminal.
 #   install-deps.sh SOURCE_DIR
@@ -16,10 +16,13 @@ setup() {
     rm -rf "${work:?}/tree" "${work:?}/bin"
     mkdir -p "$work/tree/scripts" "$work/bin"
     cp "$source_dir/scripts/install-deps.sh" "$work/tree/scripts/"
-    for tool in sh dirname grep mkdir env tail cat; do
+    for tool in sh dirname grep mkdir env tail cat ls sed head; do
         ln -s "$(command -v "$tool")" "$work/bin/$tool"
     done
     printf '#!/bin/sh\nexit 1\n' > "$work/bin/dpkg-query"              # nothing installed
+    printf '#!/bin/sh\necho armhf\n' > "$work/bin/dpkg"
+    printf '#!/bin/sh\necho "linux-image-armmp:armhf"\necho "  Depends: linux-image-6.1.0-50-armmp:armhf"\n' \
+        > "$work/bin/apt-cache"
     printf '#!/bin/sh\necho %s\n' "$1" > "$work/bin/id"
     printf '#!/bin/sh\necho "$*" >> %s/apt.calls\necho "apt progress noise"\nexit %s\n' \
         "$work" "$3" > "$work/bin/apt-get"
@@ -38,8 +41,10 @@ lines() { if [ -f "$1" ]; then grep -c . "$1"; else echo 0; fi; }
 setup 0 no 0
 run
 [ "$status" -eq 0 ] || fail "as root: exit $status: $(cat "$work/err")"
-[ "$(lines "$work/apt.calls")" -eq 2 ] || fail "as root: apt-get called $(lines "$work/apt.calls") times"
+[ "$(lines "$work/apt.calls")" -eq 3 ] || fail "as root: apt-get called $(lines "$work/apt.calls") times"
 grep -q "^install -y .* make " "$work/apt.calls" || fail "as root: make is not installed"
+grep -qx "download linux-image-6.1.0-50-armmp:armhf busybox-static:armhf" "$work/apt.calls" ||
+    fail "as root: the armhf kernel and busybox-static are not fetched"
 [ "$(lines "$work/out")" -eq 1 ] || fail "as root: $(lines "$work/out") lines on the terminal"
 grep -q "apt progress noise" "$work/out" && fail "as root: apt's output reaches the terminal"
 grep -q "apt progress noise" "$work/tree/build/install-deps.log" || fail "as root: apt's output is not logged"
