@@ -161,7 +161,7 @@ int main(int argc, char **argv)
         for (const std::string &device : script_devices(options.script))
             devices.push_back(device);
     if (devices.empty())
-        devices.push_back(CORVANE_DEFAULT_DEVICE);
+        devices.push_back(sim::default_device());
     for (const std::string &device : devices) {
         if (!sim::load_device(device, &error)) {
             fprintf(stderr, "corvane-sim: %s\n", error.c_str());

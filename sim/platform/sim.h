@@ -16,6 +16,9 @@ namespace sim {
 // ---- device ----
 // Loads a device file (see docs/sim.md); later files override earlier ones.
 bool load_device(const std::string &path, std::string *error);
+// The device loaded when none is named: CORVANE_SIM_DEVICE, else the
+// build's default (null without one).
+const char *default_device();
 // Platform parameter ("@name=value" of the device file).
 std::string param(const std::string &name, const std::string &otherwise = "");
 long param_number(const std::string &name, long otherwise);

@@ -121,6 +121,16 @@ bool load_device(const std::string &path, std::string *error)
     return load_device_file(path, true, error);
 }
 
+const char *default_device()
+{
+    const char *path = getenv("CORVANE_SIM_DEVICE");
+#ifdef CORVANE_DEFAULT_DEVICE
+    if (!path)
+        path = CORVANE_DEFAULT_DEVICE;
+#endif
+    return path;
+}
+
 void ensure_configured()
 {
     {
@@ -129,11 +139,7 @@ void ensure_configured()
             return;
     }
     std::string error;
-    const char *path = getenv("CORVANE_SIM_DEVICE");
-#ifdef CORVANE_DEFAULT_DEVICE
-    if (!path)
-        path = CORVANE_DEFAULT_DEVICE;
-#endif
+    const char *path = default_device();
     if (path && !load_device_file(path, !shared_bus(), &error))
         fprintf(stderr, "corvane-sim: %s\n", error.c_str());
     std::lock_guard<std::mutex> lock(state_mutex);

@@ -46,7 +46,7 @@ constexpr Call calls[] = {
 TEST_F(SimBusTest, EveryLineNamesARoutine)
 {
     std::string error;
-    ASSERT_TRUE(sim::load_device(CORVANE_DEFAULT_DEVICE, &error)) << error;
+    ASSERT_TRUE(sim::load_device(sim::default_device(), &error)) << error;
     sim::set_read_fault("event.cam1.motion.block_detection.extended", -3);
     sim::set_read_fault("system.datetime.mode", -3);
     sim::take_record();

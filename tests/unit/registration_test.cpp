@@ -78,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(SensorCounts, RegistrationTest, ::testing::Values(0, 1,
 TEST_F(SimBusTest, HandlersIgnoreEverythingBeforeReady)
 {
     std::string error;
-    ASSERT_TRUE(sim::load_device(CORVANE_DEFAULT_DEVICE, &error)) << error;
+    ASSERT_TRUE(sim::load_device(sim::default_device(), &error)) << error;
     service.ready = 0;
     service.cam_count = 2;
     register_bindings();

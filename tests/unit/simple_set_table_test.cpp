@@ -103,7 +103,7 @@ bool format_command(const std::string &name)
 TEST_F(SimBusTest, EveryBoundSimpleSetRowReachesTheNodeItNames)
 {
     std::string error;
-    ASSERT_TRUE(sim::load_device(CORVANE_DEFAULT_DEVICE, &error)) << error;
+    ASSERT_TRUE(sim::load_device(sim::default_device(), &error)) << error;
     register_bindings();
     const int camera = 2;
     int n = 0;
