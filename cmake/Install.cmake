@@ -1,7 +1,8 @@
 # Install rules, in two components:
 #   daemon: corvaned, its init script and systemd unit, its man page
 #           (and the simulated camera's library when corvaned links it shared);
-#   host:   corvane-sim and the other host tools, the device files, their man pages.
+#   host:   corvane-sim, corvane-bus, corvane-web and corvaned-redis where
+#           built, the device files, their man pages.
 # Firmware build systems that install their own init files turn
 # CORVANE_INIT_FILES off.
 option(CORVANE_INIT_FILES "Install the init script and the systemd unit" ON)
@@ -38,9 +39,15 @@ if(CORVANE_INIT_FILES)
     ${CORVANE_SYSTEMD_UNIT_DIR} corvaned.service "OWNER_READ;OWNER_WRITE;GROUP_READ;WORLD_READ")
 endif()
 
-install(TARGETS corvane-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
-if(TARGET corvane-bus)
-  install(TARGETS corvane-bus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+# Every host program that is built; corvaned-redis is the daemon linked
+# against the bus on Redis alone, as it would be against a vendor libnbus.
+foreach(program corvane-sim corvane-bus corvane-web)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+  endif()
+endforeach()
+if(TARGET corvaned-redis)
+  install(TARGETS corvaned-redis RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT host)
 endif()
 file(GLOB device_files ${CMAKE_SOURCE_DIR}/sim/devices/*.dev)
 install(FILES ${device_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/corvaned/devices COMPONENT host)
