@@ -47,7 +47,7 @@ add_test(NAME packaging/init-script
           ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned $<TARGET_FILE:corvaned>)
 add_test(NAME packaging/systemd-unit
   COMMAND ${PACKAGING_TESTS}/systemd-unit.sh
-          ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned> 1.4)
+          ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned> 1.7)
 add_test(NAME packaging/log-secrets
   COMMAND ${PACKAGING_TESTS}/log-secrets.sh
           ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned
