@@ -41,6 +41,8 @@ expect() {
     done
     [ -x "$build_dir/corvane-bus" ] && [ "$man" = ON ] &&
         [ -f "$source_dir/docs/man/corvane-bus.1.scd" ] && echo "$prefix/share/man/man1/corvane-bus.1"
+    [ -x "$build_dir/corvane-web" ] && [ "$man" = ON ] && echo "$prefix/share/man/man1/corvane-web.1"
+    [ -x "$build_dir/corvaned-redis" ] && [ "$man" = ON ] && echo "$prefix/share/man/man8/corvaned-redis.8"
     [ "$man" = ON ] && echo "$prefix/share/man/man1/corvane-sim.1"
     true
 } | expect host
