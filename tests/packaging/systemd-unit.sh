@@ -19,5 +19,8 @@ echo "corvaned.service: exposure $exposure (at most $max_exposure)"
 # Levels have one decimal: compare tenths, as integers, in the shell.
 tenths() { printf '%s\n' "$1" | sed -n 's/^\([0-9][0-9]*\)\.\([0-9]\)$/\1\2/p'; }
 e=$(tenths "$exposure") m=$(tenths "$max_exposure")
-[ -n "$e" ] && [ -n "$m" ] || { echo "exposure levels '$exposure', '$max_exposure' are not N.N"; exit 1; }
+if [ -z "$e" ] || [ -z "$m" ]; then
+    echo "exposure levels '$exposure', '$max_exposure' are not N.N"
+    exit 1
+fi
 [ "$e" -le "$m" ]
