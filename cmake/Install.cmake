@@ -5,7 +5,8 @@
 #                   default device file where the binary looks for it;
 #   daemon-systemd: corvaned's systemd unit;
 #   daemon-doc:     corvaned's man page;
-#   host:           corvane-sim and the other host tools, the device files, their man pages.
+#   host:           corvane-sim, corvane-bus, corvane-web and corvaned-redis
+#                   where built, the other device files, their man pages.
 # Firmware build systems that install their own init files turn
 # CORVANE_INIT_FILES off.
 option(CORVANE_INIT_FILES "Install the init script and the systemd unit" ON)
@@ -51,9 +52,15 @@ if(CORVANE_INIT_FILES)
     daemon-systemd)
 endif()
 
-install(TARGETS corvane-sim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
-if(TARGET corvane-bus)
-  install(TARGETS corvane-bus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+# Every host program that is built; corvaned-redis is the daemon linked
+# against the bus on Redis alone, as it would be against a vendor libnbus.
+foreach(program corvane-sim corvane-bus corvane-web)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+  endif()
+endforeach()
+if(TARGET corvaned-redis)
+  install(TARGETS corvaned-redis RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT host)
 endif()
 file(GLOB device_files ${CMAKE_SOURCE_DIR}/sim/devices/*.dev)
 if(device_dir_installed AND CORVANE_DEVICE_DIR STREQUAL "${CMAKE_INSTALL_FULL_DATADIR}/corvaned/devices")
@@ -80,5 +87,11 @@ if(CORVANE_MAN_PAGES)
   corvane_man_page(corvane-sim 1 host)
   if(TARGET corvane-bus AND EXISTS ${CMAKE_SOURCE_DIR}/docs/man/corvane-bus.1.scd)
     corvane_man_page(corvane-bus 1 host)
+  endif()
+  if(TARGET corvane-web)
+    corvane_man_page(corvane-web 1 host)
+  endif()
+  if(TARGET corvaned-redis)
+    corvane_man_page(corvaned-redis 8 host)
   endif()
 endif()

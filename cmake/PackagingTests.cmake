@@ -48,7 +48,7 @@ add_test(NAME packaging/init-script
           ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned $<TARGET_FILE:corvaned>)
 add_test(NAME packaging/systemd-unit
   COMMAND ${PACKAGING_TESTS}/systemd-unit.sh
-          ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned> 1.4)
+          ${CMAKE_SOURCE_DIR}/packaging/systemd/corvaned.service $<TARGET_FILE:corvaned> 1.7)
 add_test(NAME packaging/log-secrets
   COMMAND ${PACKAGING_TESTS}/log-secrets.sh
           ${CMAKE_SOURCE_DIR}/packaging/buildroot/package/corvaned/S80corvaned
@@ -57,7 +57,13 @@ add_test(NAME packaging/log-secrets
 # alone on the machine.
 add_test(NAME packaging/debian
   COMMAND ${CMAKE_SOURCE_DIR}/scripts/debian-packages.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR}/debian-packages armhf)
-set_tests_properties(packaging/debian PROPERTIES TIMEOUT 900 RUN_SERIAL ON)
+set_tests_properties(packaging/debian PROPERTIES TIMEOUT 900 RUN_SERIAL ON FIXTURES_SETUP debian-packages)
+# The packages of this machine, extracted, on a private redis-server.
+if(CORVANE_REDIS_BUS)
+  add_test(NAME packaging/deb-bus
+    COMMAND ${PACKAGING_TESTS}/deb-bus.sh ${CMAKE_BINARY_DIR}/debian-packages/native)
+  set_tests_properties(packaging/deb-bus PROPERTIES FIXTURES_REQUIRED debian-packages LABELS packaging)
+endif()
 set_tests_properties(packaging/install packaging/install-deps packaging/init-script
   packaging/systemd-unit packaging/debian PROPERTIES LABELS packaging)
 

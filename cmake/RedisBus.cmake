@@ -33,7 +33,7 @@ if(CORVANE_REDIS_BUS)
 endif()
 
 # Measurements for make bench (bench/sections/20-redis-bus.sh).
-if(CORVANE_REDIS_BUS)
+if(CORVANE_REDIS_BUS AND CORVANE_BENCH)
   add_executable(corvane-bus-bench tools/bus_bench.cpp)
   target_link_libraries(corvane-bus-bench PRIVATE corvaned_core corvane_platform_sim)
 endif()
@@ -46,7 +46,7 @@ if(CORVANE_REDIS_BUS)
   add_library(corvane_platform_sim_beside_bus STATIC ${SIM_BESIDE_BUS_SOURCES} sim/beside_bus/bus_absent.cpp)
   target_include_directories(corvane_platform_sim_beside_bus PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_definitions(corvane_platform_sim_beside_bus PUBLIC
-    CORVANE_DEFAULT_DEVICE="${CMAKE_SOURCE_DIR}/sim/devices/default.dev")
+    CORVANE_DEFAULT_DEVICE="${CORVANE_DEVICE_DIR}/default.dev")
   add_executable(corvaned-redis frame/entry.cpp)
   target_link_libraries(corvaned-redis PRIVATE corvaned_core corvane_nbus_redis corvane_platform_sim_beside_bus)
 endif()

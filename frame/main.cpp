@@ -10,6 +10,7 @@
 #include "bindings/sync.h"
 #include "frame/context.h"
 #include "frame/log.h"
+#include "frame/service_manager.h"
 #include "frame/text.h"
 #include "lens/home.h"
 #include "lens/lens_profile.h"
@@ -99,12 +100,14 @@ int main()
     LOG("==>\tMCU Version: 0x%4x\n\n", static_cast<unsigned>(lens.mcu_version));
 
     lens.home_routine = home_routine_for(lens.mcu_version);
+    tell_manager_ready();
 
     while (!service.exit_flag) {
         service.tick = service.tick >= kLastTick ? 0 : service.tick + 1;
         usleep(kTickMicroseconds);
     }
 
+    tell_manager_stopping();
     nbus_release();
     return 0;
 }

@@ -4,6 +4,7 @@
 // the socket of Debian's redis-server.
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <string>
@@ -18,6 +19,8 @@ namespace {
 constexpr int kMissingNode = -1;
 constexpr int kBadArguments = -2;
 constexpr int kUnreachable = -3;
+// The exit status of a daemon given a bus it cannot use.
+constexpr int kUnusableBusStatus = 2;
 constexpr char kDefaultAddress[] = "redis:/run/redis/redis-server.sock";
 
 corvane::bus::ProcessBus bus;
@@ -57,9 +60,10 @@ extern "C" int nbus_initial(void)
     if (address == "sim")
         address = kDefaultAddress;
     std::string error;
+    // An address it cannot use: the process stops rather than run deaf.
     if (!bus.open(address, true, &error)) {
         corvane::bus::log_line("%s", error.c_str());
-        return kBadArguments;
+        exit(kUnusableBusStatus);
     }
     bus.start(deliver);
     return 0;

@@ -15,10 +15,11 @@ for arch in native "$@"; do
     tree=$work_dir/$arch/corvaned-$version
     mkdir -p "$tree"
     (cd "$source_dir" && git ls-files -co --exclude-standard -z | xargs -0 cp -P --parents -t "$tree")
+    # every core; a cross build drops the host-only build dependencies
     if [ "$arch" = native ]; then
-        set --
+        set -- -J
     else
-        set -- "-a$arch"
+        set -- -J "-a$arch" -Pcross
     fi
     echo "=== dpkg-buildpackage -b $*"
     if ! (cd "$tree" && dpkg-buildpackage -b -us -uc "$@" > "$work_dir/$arch.log" 2>&1); then

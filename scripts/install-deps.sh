@@ -11,7 +11,7 @@ packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium c
 # Packaging: the Makefile, man pages, the init script and unit checks, the
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
-  crossbuild-essential-armhf"
+  crossbuild-essential-armhf libsystemd-dev"
 # The bus on Redis: server, client tools, hiredis.
 packages="$packages redis-server redis-tools libhiredis-dev"
 # make bench

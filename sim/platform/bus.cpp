@@ -21,6 +21,10 @@ namespace sim {
 
 namespace {
 
+// The exit status of a process given a bus it cannot use, as corvane-sim's
+// for a bad --bus.
+constexpr int kUnusableBusStatus = 2;
+
 std::mutex bus_mutex;
 std::map<std::string, std::vector<nbus_callback>> listeners;
 std::map<std::string, int> read_faults;
@@ -273,8 +277,12 @@ using namespace sim;
 extern "C" int nbus_initial(void)
 {
     std::string error;
-    if (!use_bus_from_environment(&error))
-        fprintf(stderr, "corvane-sim: %s\n", error.c_str());
+    // A bus named but unusable (a malformed address, no Redis in this
+    // build): the process could only run deaf, so it stops here.
+    if (!use_bus_from_environment(&error)) {
+        fprintf(stderr, "%s: %s\n", program_invocation_short_name, error.c_str());
+        exit(kUnusableBusStatus);
+    }
     ensure_configured();
     trace("initial");
     return 0;

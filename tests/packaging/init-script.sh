@@ -30,6 +30,7 @@ chmod +x "$init"
 cat > "$root/etc/default/corvaned" <<DEFAULTS
 LOGGER="tee -a $root/log"
 WAIT_TENTHS=50
+CORVANE_DEFAULTS_WORD=reached
 DEFAULTS
 
 failures=0
@@ -62,6 +63,8 @@ expect 0 stop
 expect 0 start
 first=$(daemon_pid)
 check "pid file names the running corvaned after start" is_daemon "$first"
+check "the CORVANE_* words of /etc/default/corvaned reach the daemon" \
+    grep -qx CORVANE_DEFAULTS_WORD=reached "/proc/$first/environ" -z
 expect 0 status
 expect 0 start
 check "a second start leaves the daemon alone" [ "$(daemon_pid)" = "$first" ]

@@ -34,11 +34,14 @@ if [ "$man" = ON ]; then echo "$prefix/share/man/man8/corvaned.8"; fi | expect d
     for device in "$source_dir"/sim/devices/*.dev; do
         echo "$prefix/share/corvaned/devices/${device##*/}"
     done
-    if [ -x "$build_dir/corvane-bus" ]; then
-        echo "$prefix/bin/corvane-bus"
-        [ "$man" = ON ] && [ -f "$source_dir/docs/man/corvane-bus.1.scd" ] &&
-            echo "$prefix/share/man/man1/corvane-bus.1"
-    fi
+    # every host program the build made
+    for program in bin/corvane-bus bin/corvane-web sbin/corvaned-redis; do
+        [ -x "$build_dir/${program#*/}" ] && echo "$prefix/$program"
+    done
+    [ -x "$build_dir/corvane-bus" ] && [ "$man" = ON ] &&
+        [ -f "$source_dir/docs/man/corvane-bus.1.scd" ] && echo "$prefix/share/man/man1/corvane-bus.1"
+    [ -x "$build_dir/corvane-web" ] && [ "$man" = ON ] && echo "$prefix/share/man/man1/corvane-web.1"
+    [ -x "$build_dir/corvaned-redis" ] && [ "$man" = ON ] && echo "$prefix/share/man/man8/corvaned-redis.8"
     [ "$man" = ON ] && echo "$prefix/share/man/man1/corvane-sim.1"
     true
 } | expect host

@@ -16,4 +16,11 @@ exposure=$(systemd-analyze security --offline=true "$work/corvaned.service" 2>&1
     sed -n 's/.*Overall exposure level for corvaned.service: \([0-9.]*\).*/\1/p')
 [ -n "$exposure" ] || { echo "systemd-analyze security gave no exposure level"; exit 1; }
 echo "corvaned.service: exposure $exposure (at most $max_exposure)"
-awk -v e="$exposure" -v m="$max_exposure" 'BEGIN { exit !(e <= m) }'
+# Levels have one decimal: compare tenths, as integers, in the shell.
+tenths() { printf '%s\n' "$1" | sed -n 's/^\([0-9][0-9]*\)\.\([0-9]\)$/\1\2/p'; }
+e=$(tenths "$exposure") m=$(tenths "$max_exposure")
+if [ -z "$e" ] || [ -z "$m" ]; then
+    echo "exposure levels '$exposure', '$max_exposure' are not N.N"
+    exit 1
+fi
+[ "$e" -le "$m" ]

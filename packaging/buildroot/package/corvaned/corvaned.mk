@@ -22,6 +22,15 @@ CORVANED_CONF_OPTS = \
 	-DCORVANE_NO_CXX_RUNTIME=ON
 CORVANED_INSTALL_TARGET_OPTS = --component daemon
 
+# The unit is Type=notify: with systemd as init the daemon says when it is
+# ready through libsystemd; a BusyBox image has neither.
+ifeq ($(BR2_INIT_SYSTEMD),y)
+CORVANED_CONF_OPTS += -DCORVANE_SYSTEMD=ON
+CORVANED_DEPENDENCIES += systemd
+else
+CORVANED_CONF_OPTS += -DCORVANE_SYSTEMD=OFF
+endif
+
 ifeq ($(BR2_PACKAGE_CORVANED_VENDOR_LIBS),y)
 CORVANED_CONF_OPTS += \
 	-DCORVANE_PLATFORM_LIBS="$(call qstrip,$(BR2_PACKAGE_CORVANED_VENDOR_LIB_NAMES))"

@@ -23,8 +23,11 @@ EXTRA_OECMAKE = "-DCORVANE_TESTS=OFF -DCORVANE_INIT_FILES=OFF -DCORVANE_MAN_PAGE
 # CORVANE_VENDOR_DEPENDS names the recipe that provides them.
 CORVANE_VENDOR_LIBS ?= "nbus;modelfeature;avc;mcu"
 CORVANE_VENDOR_DEPENDS ?= ""
-PACKAGECONFIG ??= ""
+PACKAGECONFIG ??= "${@bb.utils.filter('DISTRO_FEATURES', 'systemd', d)}"
 PACKAGECONFIG[vendor-libs] = "-DCORVANE_PLATFORM_LIBS='${CORVANE_VENDOR_LIBS}',,${CORVANE_VENDOR_DEPENDS}"
+# systemd: the unit is Type=notify, so the daemon tells systemd when it is
+# ready (libsystemd's sd_notify).
+PACKAGECONFIG[systemd] = "-DCORVANE_SYSTEMD=ON,-DCORVANE_SYSTEMD=OFF,systemd"
 
 do_install() {
     DESTDIR='${D}' cmake --install '${B}' --component daemon
