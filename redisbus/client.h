@@ -31,6 +31,7 @@ enum class Status {
     ok,
     absent,       // no such node
     unreachable,  // the server cannot be reached (error() says why)
+    refused,      // the server's ACL forbids it to this user (error() says what)
 };
 
 struct Node {

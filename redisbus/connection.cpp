@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <unistd.h>
 
@@ -31,6 +32,12 @@ local function write(keys, args)
   local nodes = legacy and 'corvane:legacy' or 'corvane:native'
   if keys[1] ~= nodes or keys[2] ~= nodes .. ':ids' or keys[3] ~= 'corvane:changes' then
     return redis.error_reply('ERR corvane_write: node ' .. args[1] .. ' belongs in ' .. nodes)
+  end
+  -- Checked before anything is written: the user's ACL names the nodes it
+  -- may write as keys corvane:node:NAME (see corvane-bus acl).
+  if not redis.acl_check_cmd('HSET', nodes, args[1], args[2]) or
+     not redis.acl_check_cmd('SET', 'corvane:node:' .. args[1], '') then
+    return redis.error_reply('NOPERM corvane_write: this user may not write ' .. args[1])
   end
   if keys[4] then
     local last = redis.call('GET', keys[4])
@@ -159,13 +166,49 @@ StreamId StreamId::parse(std::string_view text)
     return id;
 }
 
+// CORVANE_BUS_PASSWORD, else the first line of CORVANE_BUS_PASSWORD_FILE.
+bool password_from_environment(std::string *password, std::string *error)
+{
+    const char *text = getenv("CORVANE_BUS_PASSWORD");
+    const char *file = getenv("CORVANE_BUS_PASSWORD_FILE");
+    password->clear();
+    if (text && *text) {
+        *password = text;
+        return true;
+    }
+    if (!file || !*file)
+        return true;
+    FILE *in = fopen(file, "r");
+    if (!in) {
+        *error = std::string("CORVANE_BUS_PASSWORD_FILE ") + file + ": " + strerror(errno);
+        return false;
+    }
+    char line[512] = "";
+    if (!fgets(line, sizeof line, in))
+        line[0] = '\0';
+    fclose(in);
+    *password = line;
+    while (!password->empty() && (password->back() == '\n' || password->back() == '\r'))
+        password->pop_back();
+    return true;
+}
+
 bool parse_address(const std::string &text, Address *address, std::string *error)
 {
     *address = Address();
+    const char *user = getenv("CORVANE_BUS_USER");
+    if (user)
+        address->user = user;
+    if (!password_from_environment(&address->password, error))
+        return false;
+    // A password never travels in the address, where it would be shown.
+    size_t at = text.find('@');
+    if (text.rfind("redis://", 0) == 0 && at != std::string::npos && text.find('/', 8) > at) {
+        *error = "bus address 'redis://...@" + text.substr(at + 1) +
+                 "': no user or password in the address; use CORVANE_BUS_USER and CORVANE_BUS_PASSWORD_FILE";
+        return false;
+    }
     address->text = text;
-    const char *password = getenv("CORVANE_BUS_PASSWORD");
-    if (password)
-        address->password = password;
     if (text.rfind("redis://", 0) == 0) {
         std::string rest = text.substr(8);
         size_t colon = rest.rfind(':');
@@ -274,8 +317,11 @@ bool Connection::open(std::string *error, int read_timeout_ms)
     if (address_.path.empty())
         redisEnableKeepAlive(context_);
     if (!address_.password.empty()) {
-        Reply reply(static_cast<redisReply *>(redisCommand(context_, "AUTH %b", address_.password.data(),
-                                                           address_.password.size())));
+        Reply reply(static_cast<redisReply *>(
+            address_.user.empty()
+                ? redisCommand(context_, "AUTH %b", address_.password.data(), address_.password.size())
+                : redisCommand(context_, "AUTH %b %b", address_.user.data(), address_.user.size(),
+                               address_.password.data(), address_.password.size())));
         if (!reply)
             return fail(error, context_->errstr);
         if (reply->type == REDIS_REPLY_ERROR)
@@ -365,11 +411,20 @@ Reply Connection::call(const char *function, const Arguments &keys, const Argume
     return reply;
 }
 
+// An error reply that is the ACL's refusal, or any other failure.
+Status failure(const std::string &error)
+{
+    return error.find("NOPERM") != std::string::npos ? Status::refused : Status::unreachable;
+}
+
 Status Connection::hash_get(const char *key, const std::string &name, std::string *value, std::string *error)
 {
-    Reply reply = command({"HGET", key, name}, error);
+    std::string why;
+    Reply reply = command({"HGET", key, name}, &why);
+    if (error)
+        *error = why;
     if (!reply)
-        return Status::unreachable;
+        return failure(why);
     if (reply->type != REDIS_REPLY_STRING)
         return Status::absent;
     *value = reply_text(reply.get());
@@ -412,6 +467,8 @@ Status Connection::write_all(const std::vector<Node> &nodes, std::string *last_i
                     return Status::unreachable;
                 for (size_t rest = i + 1; rest < sent; ++rest)
                     read(nullptr);
+                if (failure(*error) == Status::refused)
+                    return Status::refused;
                 if (reloaded || !is_missing_function(*error) || !reload_library(error))
                     return Status::unreachable;
                 reloaded = true;
@@ -436,7 +493,7 @@ Status Connection::hash_set(const char *key, const std::vector<Node> &nodes, std
             arguments.push_back(nodes[i].value);
         }
         if (!command(arguments, error))
-            return Status::unreachable;
+            return error ? failure(*error) : Status::unreachable;
     }
     return Status::ok;
 }
@@ -490,7 +547,7 @@ Status Connection::clear(std::string *error)
                     kReadersKey},
                    error)
                ? Status::ok
-               : Status::unreachable;
+               : (error ? failure(*error) : Status::unreachable);
 }
 
 namespace {

@@ -62,12 +62,18 @@ struct Address {
     std::string path;  // unix socket, or empty
     std::string host;
     int port = 0;
-    std::string password;
+    std::string user;      // CORVANE_BUS_USER; empty: the server's default user
+    std::string password;  // never shown
 };
 
-// "redis:/path" or "redis://HOST:PORT". TCP needs CORVANE_BUS_PASSWORD
-// unless HOST is a loopback address; the password is used on any address
-// when set.
+// "redis:/path" or "redis://HOST:PORT". The user is CORVANE_BUS_USER, the
+// password CORVANE_BUS_PASSWORD or the first line of the file named by
+// CORVANE_BUS_PASSWORD_FILE; TCP needs a password unless HOST is a loopback
+// address. An address with a user or password in it is refused, and no
+// message shows a password.
+// Status::refused for the ACL's refusal (NOPERM), else Status::unreachable.
+Status failure(const std::string &error);
+
 bool parse_address(const std::string &text, Address *address, std::string *error);
 // CORVANE_BUS, or "sim" when unset.
 std::string address_from_environment();

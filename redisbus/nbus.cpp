@@ -46,7 +46,7 @@ int copy_out(corvane::bus::Status status, const std::string &value, char *buf, i
 {
     if (status == corvane::bus::Status::absent)
         return kMissingNode;
-    if (status == corvane::bus::Status::unreachable)
+    if (status == corvane::bus::Status::unreachable || status == corvane::bus::Status::refused)
         return kUnreachable;
     snprintf(buf, static_cast<size_t>(size), "%s", value.c_str());
     return 0;

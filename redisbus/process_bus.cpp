@@ -252,6 +252,8 @@ template <typename Operation> Status ProcessBus::with_retry_once(Operation opera
         note_unreachable(error);
     else
         note_reachable(address_, "");
+    if (status == Status::refused)
+        log_line("the bus refused: %s", error.c_str());
     return status;
 }
 
@@ -297,7 +299,10 @@ bool ProcessBus::set(const std::string &name, const std::string &value)
     int pause = 10;
     std::string id;
     auto write = [&](Connection &c, std::string *error) { return c.write(name, value, &id, error); };
-    while (with_retry_once(write) != Status::ok) {
+    Status status;
+    while ((status = with_retry_once(write)) != Status::ok) {
+        if (status == Status::refused)
+            return false;  // said once; trying again cannot change the user's rights
         if (now_ms() >= deadline || stop_requested_) {
             log_line("write of node \"%s\" dropped after %ld ms: the bus is unreachable", name.c_str(),
                      std::min(budget, now_ms() - (deadline - budget)));

@@ -12,8 +12,9 @@ packages="$packages libedit-dev libcpp-httplib-dev nlohmann-json3-dev chromium c
 # Debian packages for the build machine and (cross) armhf.
 packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
   crossbuild-essential-armhf libsystemd-dev"
-# The bus on Redis: server, client tools, hiredis.
-packages="$packages redis-server redis-tools libhiredis-dev"
+# The bus on Redis: server, client tools, hiredis; nettle for the hashes of
+# the ACL file (corvane-bus acl).
+packages="$packages redis-server redis-tools libhiredis-dev nettle-dev"
 # make bench
 packages="$packages valgrind libbenchmark-dev"
 # The firmware image test: the emulator and cpio here; Debian's armhf kernel

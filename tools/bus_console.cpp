@@ -64,7 +64,7 @@ void print(const std::string &text)
 
 std::string shown(Client &client, Status status, const std::string &what)
 {
-    if (status == Status::unreachable)
+    if (status == Status::unreachable || status == Status::refused)
         return "  " + client.error() + "\n";
     if (status == Status::absent)
         return "  " + what + ": (absent)\n";

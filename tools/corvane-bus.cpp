@@ -11,6 +11,7 @@
 #include "frame/info_option.h"
 #include "redisbus/client.h"
 #include "sim/console/line_editor.h"
+#include "tools/bus_acl.h"
 #include "tools/bus_console.h"
 #include "sim/platform/device_file.h"
 #include "sim/platform/text_escape.h"
@@ -24,6 +25,7 @@ constexpr int kOk = 0;
 constexpr int kAbsent = 1;
 constexpr int kUsage = 2;
 constexpr int kUnreachable = 3;
+constexpr int kRefused = 4;
 
 const char help_text[] =
     "NAME\n"
@@ -38,6 +40,7 @@ const char help_text[] =
     "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
     "    corvane-bus [--bus ADDRESS] range NAME\n"
     "    corvane-bus [--bus ADDRESS] console\n"
+    "    corvane-bus acl PASSWORD_DIR\n"
     "    corvane-bus --help | --version\n"
     "\n"
     "DESCRIPTION\n"
@@ -68,6 +71,14 @@ const char help_text[] =
     "    console         Reads set, get, dump and range commands from standard input\n"
     "                    and prints every write of another process as it happens\n"
     "                    (\"=> NAME = VALUE (WRITER)\"): the daemon's answers.\n"
+    "    acl PASSWORD_DIR\n"
+    "                    Prints the ACL file for redis-server --aclfile: the default\n"
+    "                    user off; admin (everything: loads devices), corvaned (the\n"
+    "                    daemon), legacy (a client of the legacy interface: writes\n"
+    "                    corvane.* nodes through the write function) and viewer (reads\n"
+    "                    and follows). Each password is the first line of\n"
+    "                    PASSWORD_DIR/USER, created at random (mode 0600) where missing;\n"
+    "                    the file holds only their SHA-256.\n"
     "\n"
     "    dump and listen print names and values with \\\\, \\n, \\t, \\r and other\n"
     "    control or non-ASCII bytes as \\xNN, so that each node is one line.\n"
@@ -81,9 +92,12 @@ const char help_text[] =
     "    CORVANE_BUS     redis:/path/to/socket (a unix socket) or redis://HOST:PORT.\n"
     "                    \"sim\" (the default) is the simulated bus inside corvane-sim,\n"
     "                    which no other process can reach.\n"
-    "    CORVANE_BUS_PASSWORD\n"
-    "                    Password of the server. Required for TCP to any host but\n"
-    "                    this one (127.0.0.0/8, ::1, localhost).\n"
+    "    CORVANE_BUS_USER\n"
+    "                    The user to log in as (admin, corvaned, legacy, viewer).\n"
+    "    CORVANE_BUS_PASSWORD, CORVANE_BUS_PASSWORD_FILE\n"
+    "                    The user's password, or a file whose first line it is.\n"
+    "                    Required for TCP to any host but this one (127.0.0.0/8,\n"
+    "                    ::1, localhost). Never given in the address.\n"
     "\n"
     "EXIT STATUS\n"
     "    0  success\n"
@@ -91,6 +105,7 @@ const char help_text[] =
     "    2  usage error: a malformed command line or bus address, or a device file\n"
     "       that cannot be read\n"
     "    3  the bus cannot be reached (the message names the address and why)\n"
+    "    4  the bus refused: the user (CORVANE_BUS_USER) may not do this\n"
     "\n"
     "EXAMPLES\n"
     "    export CORVANE_BUS=redis:$PWD/build/demo-bus/redis.sock\n"
@@ -123,6 +138,10 @@ int unreachable(const Client &client)
 
 int finish(const Client &client, Status status)
 {
+    if (status == Status::refused) {
+        fprintf(stderr, "corvane-bus: the bus refused: %s\n", client.error().c_str());
+        return kRefused;
+    }
     return status == Status::unreachable ? unreachable(client) : kOk;
 }
 
@@ -139,8 +158,8 @@ int get(Client &client, const std::string &name)
         fprintf(stderr, "corvane-bus: no node '%s'\n", sim::escape(name).c_str());
         return kAbsent;
     }
-    if (status == Status::unreachable)
-        return unreachable(client);
+    if (status == Status::unreachable || status == Status::refused)
+        return finish(client, status);
     fwrite(value.data(), 1, value.size(), stdout);
     fputc('\n', stdout);
     return kOk;
@@ -206,8 +225,8 @@ int range(Client &client, const std::string &name)
         fprintf(stderr, "corvane-bus: no range for '%s'\n", sim::escape(name).c_str());
         return kAbsent;
     }
-    if (status == Status::unreachable)
-        return unreachable(client);
+    if (status == Status::unreachable || status == Status::refused)
+        return finish(client, status);
     printf("%s\n", text.c_str());
     return kOk;
 }
@@ -220,7 +239,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"get", 1, 1},  {"set", 2, 2},   {"dump", 0, 1},    {"listen", 0, 1},
-    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0},
+    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0}, {"acl", 1, 1},
 };
 
 // The console with line editing, history and completion of command words
@@ -299,6 +318,12 @@ int main(int argc, char **argv)
         return usage(("wrong number of arguments for " + word).c_str());
 
     std::string error;
+    if (word == "acl") {
+        if (print_bus_acl(arguments[0], &error))
+            return kOk;
+        fprintf(stderr, "corvane-bus: %s\n", error.c_str());
+        return kUsage;
+    }
     bool malformed = false;
     std::unique_ptr<Client> client = Client::connect(address, &error, &malformed);
     if (!client) {

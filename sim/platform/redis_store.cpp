@@ -22,7 +22,7 @@ public:
     int get(const std::string &name, std::string *value) override
     {
         Status status = bus_.get(name, value);
-        return status == Status::ok ? 0 : status == Status::absent ? kMissingNode : kUnreachable;
+        return status == Status::ok ? 0 : status == Status::absent ? kMissingNode : kUnreachable;  // refused too
     }
 
     void write(const std::string &name, const std::string &value) override { bus_.set(name, value); }
