@@ -1,9 +1,12 @@
-# Sourced by the bus tests: a private redis-server on a unix socket in a
-# temporary directory, stopped when the test's shell exits.
+# Sourced by the bus tests (BUS names the corvane-bus to use): a private
+# redis-server on a unix socket in a temporary directory, with the users of
+# `corvane-bus acl` and the default user off, stopped when the test's shell
+# exits. The test's own processes log in as admin, the daemon as corvaned.
 #   start_redis        sets REDIS_DIR, REDIS_SOCKET, CORVANE_BUS; more
 #                      redis-server options in REDIS_OPTIONS
 #   stop_redis                                  kills it (SIGKILL: no save on exit)
 #   wait_for COMMAND...                         retries COMMAND for up to 20 s
+#   rcli ARGUMENTS...                           redis-cli as admin
 
 REDIS_DIR=$(mktemp -d "${TMPDIR:-/tmp}/corvane-bus-test.XXXXXX")
 chmod 700 "$REDIS_DIR"
@@ -11,6 +14,17 @@ REDIS_SOCKET=$REDIS_DIR/redis.sock
 CORVANE_BUS=redis:$REDIS_SOCKET
 export CORVANE_BUS
 REDIS_PID=
+PASSWORDS=$REDIS_DIR/passwords
+mkdir -m 700 "$PASSWORDS"
+"$BUS" acl "$PASSWORDS" > "$REDIS_DIR/users.acl" || { echo "corvane-bus acl failed" >&2; exit 1; }
+CORVANE_BUS_USER=admin
+CORVANE_BUS_PASSWORD_FILE=$PASSWORDS/admin
+REDISCLI_AUTH=$(cat "$PASSWORDS/admin")
+export CORVANE_BUS_USER CORVANE_BUS_PASSWORD_FILE REDISCLI_AUTH
+
+rcli() {
+    redis-cli -s "$REDIS_SOCKET" --user admin "$@"
+}
 
 trap cleanup_redis EXIT
 
@@ -31,7 +45,7 @@ REDIS_OPTIONS=
 
 start_redis() {
     # shellcheck disable=SC2086
-    redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 \
+    redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 --aclfile "$REDIS_DIR/users.acl" \
         --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" $REDIS_OPTIONS &
     REDIS_PID=$!
     wait_for redis_ready
@@ -39,7 +53,7 @@ start_redis() {
 
 # PONG, not an error such as LOADING while the append-only file is read.
 redis_ready() {
-    [ "$(redis-cli -s "$REDIS_SOCKET" ping 2>/dev/null)" = PONG ]
+    [ "$(rcli ping 2>/dev/null)" = PONG ]
 }
 
 stop_redis() {
@@ -61,6 +75,7 @@ DAEMON_PID=
 
 start_daemon() {
     CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
+        CORVANE_BUS_USER=corvaned CORVANE_BUS_PASSWORD_FILE=$PASSWORDS/corvaned REDISCLI_AUTH= \
         "$1/${CORVANE_TEST_DAEMON:-corvaned}" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
     DAEMON_PID=$!
 }
@@ -85,7 +100,7 @@ cleanup_redis() {
     for child in $CHILDREN; do kill "$child" 2>/dev/null; done
     stop_daemon
     stop_redis
-    rm -rf "$REDIS_DIR"
+    [ -n "${KEEP_REDIS_DIR:-}" ] || rm -rf "$REDIS_DIR"
 }
 
 # The value of NAME is VALUE.

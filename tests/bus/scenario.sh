@@ -4,6 +4,7 @@
 #   scenario.sh CORVANE_SIM SCENARIO.scn OUTPUT_DIR
 set -u
 sim=$1 scenario=$2 out=$3
+BUS=$(dirname "$sim")/corvane-bus
 # shellcheck source-path=SCRIPTDIR source=redis.sh
 . "$(dirname "$0")/redis.sh"
 start_redis

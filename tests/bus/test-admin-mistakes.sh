@@ -15,14 +15,14 @@ start_redis
 start_daemon "$build"
 wait_for daemon_started || fail "the daemon did not start"
 
-cli() { redis-cli -s "$REDIS_SOCKET" "$@" >/dev/null; }
+cli() { rcli "$@" >/dev/null; }
 future=$(( $(date +%s) + 3600 ))000-0
 
 maximum_id() { cli xadd corvane:changes 18446744073709551615-18446744073709551615 name x value 1 &&
                ! "$BUS" set corvane.cam1.brightness 1 2>/dev/null && cli del corvane:changes; }
 future_id() { cli xadd corvane:changes "$future" name x value 1 && sleep 0.5 && cli del corvane:changes &&
               cli xadd corvane:changes 1-1 name y value 1; }
-every_key() { redis-cli -s "$REDIS_SOCKET" --scan --pattern 'corvane:*' | while read -r key; do cli del "$key"; done &&
+every_key() { rcli --scan --pattern 'corvane:*' | while read -r key; do cli del "$key"; done &&
               "$BUS" load "$device"; }
 flushall() { cli flushall && "$BUS" load "$device"; }
 # Every new connection loads the library again; a connection that finds it

@@ -61,8 +61,8 @@ for mode in apply skip; do
         grep -q "skipped (after change [0-9]*-[0-9]*)" "$REDIS_DIR/daemon.err" || fail "skip: the line"
         ! grep -q 'Enter corvane.cam1.brightness = ' "$REDIS_DIR/daemon.out" || fail "skip: a pending write was applied"
     fi
-    [ "$(redis-cli -s "$REDIS_SOCKET" hkeys corvane:readers)" = "$daemon_name" ] ||
-        fail "$mode: readers: $(redis-cli -s "$REDIS_SOCKET" hkeys corvane:readers)"
+    [ "$(rcli hkeys corvane:readers)" = "$daemon_name" ] ||
+        fail "$mode: readers: $(rcli hkeys corvane:readers)"
     stop_daemon
 done
 echo "ok"

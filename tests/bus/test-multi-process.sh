@@ -40,7 +40,7 @@ wait_for grep -q "^image.cam1.brightness = 55 (corvaned[-a-z]*\[$DAEMON_PID\])$"
 grep -q "^corvane.cam1.brightness = 5 (corvane-bus\[[0-9]*\])$" "$REDIS_DIR/listen.out" || fail "listen: client write"
 kill -INT "$listener"
 wait "$listener" || fail "listen did not end cleanly on SIGINT"
-[ "$(redis-cli -s "$REDIS_SOCKET" hlen corvane:readers)" = 1 ] || fail "the listener did not leave the stream"
+[ "$(rcli hlen corvane:readers)" = 1 ] || fail "the listener did not leave the stream"
 
 # The console: a client write, and the daemon's answer shown as it comes.
 printf 'set corvane.cam2.brightness 7\nget image.cam2.brightness\nquit\n' | "$BUS" console > "$REDIS_DIR/console.out" ||
@@ -52,6 +52,6 @@ grep -q "image.cam2.brightness = 57$" "$REDIS_DIR/console.out" || fail "console:
 # The daemon stops through its own shutdown path and keeps its position,
 # under its own name, for its next start; no passing reader is left.
 stop_daemon
-[ "$(redis-cli -s "$REDIS_SOCKET" hkeys corvane:readers)" = "${CORVANE_TEST_DAEMON:-corvaned}" ] ||
-    fail "readers after the stop: $(redis-cli -s "$REDIS_SOCKET" hkeys corvane:readers)"
+[ "$(rcli hkeys corvane:readers)" = "${CORVANE_TEST_DAEMON:-corvaned}" ] ||
+    fail "readers after the stop: $(rcli hkeys corvane:readers)"
 echo "ok"

@@ -22,7 +22,7 @@ kill -STOP "$DAEMON_PID"
 "$BUS" set corvane.ipv4mode manual || fail "the switch"
 kill -CONT "$DAEMON_PID"
 
-changes() { redis-cli -s "$REDIS_SOCKET" xinfo stream corvane:changes | sed -n '/^last-generated-id$/{n;p;}'; }
+changes() { rcli xinfo stream corvane:changes | sed -n '/^last-generated-id$/{n;p;}'; }
 quiet() {
     before=$(changes)
     sleep 1

@@ -17,7 +17,7 @@ start_daemon "$build"
 wait_for daemon_started || fail "the daemon did not start"
 
 lines_at_least() { [ "$(wc -l < "$1")" -ge "$2" ]; }
-stream_shorter_than() { [ "$(redis-cli -s "$REDIS_SOCKET" xlen corvane:changes)" -lt "$1" ]; }
+stream_shorter_than() { [ "$(rcli xlen corvane:changes)" -lt "$1" ]; }
 
 awk -v n="$count" 'BEGIN { for (i = 1; i <= n; i++) print "corvane.cam1.brightness=" i }' > "$REDIS_DIR/writes.dev"
 "$BUS" listen corvane.cam1.brightness > "$REDIS_DIR/listen.out" &
@@ -30,7 +30,7 @@ stopped_at=$(date +%s%N)
 "$BUS" load --notify "$REDIS_DIR/writes.dev" || fail "the writes"
 # The listener has seen them all, so it has trimmed as far as it may.
 wait_for lines_at_least "$REDIS_DIR/listen.out" "$count" || fail "the listener saw $(wc -l < "$REDIS_DIR/listen.out")"
-held=$(redis-cli -s "$REDIS_SOCKET" xlen corvane:changes)
+held=$(rcli xlen corvane:changes)
 [ "$held" -ge "$count" ] || fail "the stream was trimmed past the stopped daemon: $held entries left"
 while [ $(( $(date +%s%N) - stopped_at )) -lt 2000000000 ]; do sleep 0.1; done
 kill -CONT "$DAEMON_PID"
@@ -44,7 +44,7 @@ grep -q "^corvane.cam1.brightness = $count (corvane-bus" "$REDIS_DIR/listen.out"
 
 # Once the daemon has caught up, the stream is trimmed behind both readers.
 wait_for stream_shorter_than 5000 ||
-    fail "the stream was not trimmed: $(redis-cli -s "$REDIS_SOCKET" xlen corvane:changes) entries"
+    fail "the stream was not trimmed: $(rcli xlen corvane:changes) entries"
 kill -INT "$listener"
 wait "$listener" || fail "listen did not end cleanly"
 echo "ok"
