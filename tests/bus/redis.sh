@@ -15,11 +15,9 @@ CORVANE_BUS=redis:$REDIS_SOCKET
 export CORVANE_BUS
 REDIS_PID=
 PASSWORDS=$REDIS_DIR/passwords
-mkdir -m 700 "$PASSWORDS"
-"$BUS" acl "$PASSWORDS" > "$REDIS_DIR/users.acl" || { echo "corvane-bus acl failed" >&2; exit 1; }
 CORVANE_BUS_USER=admin
 CORVANE_BUS_PASSWORD_FILE=$PASSWORDS/admin
-REDISCLI_AUTH=$(cat "$PASSWORDS/admin")
+REDISCLI_AUTH=
 export CORVANE_BUS_USER CORVANE_BUS_PASSWORD_FILE REDISCLI_AUTH
 
 rcli() {
@@ -43,7 +41,18 @@ wait_for() {
 
 REDIS_OPTIONS=
 
+# The users' passwords and the ACL file, once: now when BUS is set, else
+# when the server starts.
+make_users() {
+    [ -d "$PASSWORDS" ] && return
+    mkdir -m 700 "$PASSWORDS"
+    "$BUS" acl "$PASSWORDS" > "$REDIS_DIR/users.acl" || { echo "corvane-bus acl failed" >&2; exit 1; }
+    REDISCLI_AUTH=$(cat "$PASSWORDS/admin")
+}
+[ -n "${BUS:-}" ] && make_users
+
 start_redis() {
+    make_users
     # shellcheck disable=SC2086
     redis-server --port 0 --unixsocket "$REDIS_SOCKET" --unixsocketperm 700 --aclfile "$REDIS_DIR/users.acl" \
         --dir "$REDIS_DIR" --save '' --appendonly no --logfile "$REDIS_DIR/redis.log" $REDIS_OPTIONS &

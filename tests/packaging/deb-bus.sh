@@ -14,6 +14,7 @@ for deb in "$deb_dir"/corvaned_*.deb "$deb_dir"/corvane-sim_*.deb; do
     dpkg -x "$deb" "$root" || fail "dpkg -x $deb"
 done
 BUS=$root/usr/bin/corvane-bus
+make_users
 for program in usr/sbin/corvaned usr/bin/corvane-bus usr/bin/corvane-web; do
     [ -x "$root/$program" ] || fail "the packages hold no $program"
 done
