@@ -1,7 +1,11 @@
 #include "redisbus/client.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "redisbus/connection.h"
 #include "redisbus/reader.h"
+#include "redisbus/reply.h"
 
 namespace corvane::bus {
 
@@ -70,6 +74,60 @@ Status Client::range(const std::string &name, std::string *text)
 Status Client::dump(const std::string &prefix, std::vector<Node> *nodes)
 {
     return connection_->dump(prefix, nodes, &error_);
+}
+
+Status Client::services(std::vector<Service> *services)
+{
+    Reply time = connection_->command({"TIME"}, &error_);
+    if (!time)
+        return failure(error_);
+    if (time->type != REDIS_REPLY_ARRAY || time->elements != 2)
+        return Status::unreachable;
+    long long now_ms = atoll(reply_text(time->element[0]).c_str()) * 1000 +
+                       atoll(reply_text(time->element[1]).c_str()) / 1000;
+    Reply readers = connection_->command({"HGETALL", kReadersKey}, &error_);
+    if (!readers)
+        return failure(error_);
+    services->clear();
+    for (size_t i = 0; readers->type == REDIS_REPLY_ARRAY && i + 1 < readers->elements; i += 2) {
+        std::string name = reply_text(readers->element[i]);
+        std::string held = reply_text(readers->element[i + 1]);  // "POSITION STAMP_MS"
+        size_t space = held.rfind(' ');
+        if (name.find('#') != std::string::npos || space == std::string::npos)
+            continue;  // a passing reader (a listener, a page), or not ours
+        services->push_back({name, now_ms - atoll(held.c_str() + space + 1)});
+    }
+    return Status::ok;
+}
+
+std::string describe_services(const std::vector<Service> &services, bool *any_running)
+{
+    std::string running;
+    const Service *latest = nullptr;
+    for (const Service &service : services) {
+        if (corvane::bus::running(service))
+            running += (running.empty() ? "" : ", ") + service.name;
+        if (!latest || service.silent_ms < latest->silent_ms)
+            latest = &service;
+    }
+    *any_running = !running.empty();
+    if (*any_running)
+        return running + " running";
+    if (latest)
+        return latest->name + " not running (last seen " + std::to_string(latest->silent_ms / 1000) + " s ago)";
+    return "no service has followed this bus";
+}
+
+Status Client::recent(size_t count, std::vector<Change> *changes)
+{
+    std::string text = std::to_string(count);
+    Reply reply = connection_->command({"XREVRANGE", kChangesKey, "+", "-", "COUNT", text}, &error_);
+    if (!reply)
+        return failure(error_);
+    changes->clear();
+    parse_entries(reply.get(), changes);
+    std::reverse(changes->begin(), changes->end());
+    return Status::ok;
 }
 
 Status Client::clear()

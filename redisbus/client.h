@@ -49,6 +49,20 @@ struct Change {
     std::string writer;
 };
 
+// A service on the bus (corvaned, corvaned-redis, corvane-sim --bus): a
+// reader that keeps its position across runs. A running one says where it
+// is at least every 5 s, idle or not.
+struct Service {
+    std::string name;
+    long long silent_ms;  // since it last said so, by the server's clock
+};
+constexpr long long kServiceSilentMs = 15000;  // past this it is taken to be gone
+inline bool running(const Service &service) { return service.silent_ms <= kServiceSilentMs; }
+// "corvaned running", "corvaned not running (last seen 42 s ago)" (the
+// service heard from last), "no service has followed this bus"; *any_running
+// says whether one runs.
+std::string describe_services(const std::vector<Service> &services, bool *any_running);
+
 class Connection;
 
 // The library's own lines (a lost or regained server, a dropped write) go to
@@ -93,6 +107,10 @@ public:
                  const std::function<void()> &on_ready = {});
     void stop() { stopping_ = true; }
 
+    // The services that have followed this bus, running or not.
+    Status services(std::vector<Service> *services);
+    // The latest COUNT writes the bus still holds, oldest first.
+    Status recent(size_t count, std::vector<Change> *changes);
     // Forgets every node, range and change of the bus (a fresh device).
     Status clear();
 

@@ -17,6 +17,14 @@ struct BusChange {
     std::string writer;
 };
 
+// What a person needs to know before trusting the page: whether the bus
+// answers, and whether the service that acts on writes is running.
+struct BusState {
+    bool reachable = false;
+    bool service_running = false;
+    std::string service;  // "corvaned running", "corvaned not running (last seen 42 s ago)", ...
+};
+
 class WebBus {
 public:
     virtual ~WebBus() = default;
@@ -30,6 +38,9 @@ public:
     // `on_change` is called for every write from now on, from a thread of
     // the bus; it copies what it needs and returns.
     virtual void watch(std::function<void(const BusChange &)> on_change) = 0;
+    virtual BusState state() = 0;
+    // The latest writes the bus still holds, oldest first.
+    virtual std::vector<BusChange> recent(size_t count) = 0;
 };
 
 #endif

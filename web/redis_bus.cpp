@@ -13,6 +13,7 @@ namespace {
 using corvane::bus::Client;
 using corvane::bus::Status;
 
+
 class RedisBus : public WebBus {
 public:
     RedisBus(std::unique_ptr<Client> client, std::unique_ptr<Client> watcher)
@@ -26,7 +27,7 @@ public:
             watching_.join();
     }
 
-    std::string describe() const override { return "bus " + client_->address(); }
+    std::string describe() const override { return client_->address(); }
 
     std::optional<std::string> get(const std::string &name) override
     {
@@ -75,6 +76,28 @@ public:
             tell();
         });
         begun.get_future().wait();
+    }
+
+    BusState state() override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<corvane::bus::Service> services;
+        if (client_->services(&services) != Status::ok)
+            return {false, false, "the bus does not answer: " + client_->error()};
+        bool running = false;
+        std::string text = corvane::bus::describe_services(services, &running);
+        return {true, running, text};
+    }
+
+    std::vector<BusChange> recent(size_t count) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::vector<corvane::bus::Change> changes;
+        std::vector<BusChange> recent;
+        if (client_->recent(count, &changes) == Status::ok)
+            for (corvane::bus::Change &change : changes)
+                recent.push_back({std::move(change.name), std::move(change.value), std::move(change.writer)});
+        return recent;
     }
 
 private:

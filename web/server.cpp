@@ -26,6 +26,7 @@ using nlohmann::json;
 namespace {
 
 constexpr size_t kKeptChanges = 20000;  // a page further behind than this reloads
+constexpr size_t kRecentChanges = 30;    // "Last writes" when a page opens
 constexpr size_t kMaxConnections = 64;  // each on a thread of its own; the next waits
 constexpr int kMaxStreams = 8;          // open event streams (pages) at once
 constexpr size_t kMaxBodyBytes = 16384; // a write's body; a longer one is refused unread
@@ -286,12 +287,20 @@ struct WebServer::State {
             reply(response, 400, {{"ok", false}, {"message", "refused: " + why}});
             return;
         }
+        bool known = bus.get(name).has_value();
+        BusState state = bus.state();
         if (std::string error = bus.set(name, value); !error.empty()) {
             reply(response, 502, {{"ok", false}, {"message", "not written: " + error}});
             return;
         }
-        reply(response, 200,
-              {{"ok", true}, {"message", "wrote " + std::to_string(value.size()) + (value.size() == 1 ? " byte to " : " bytes to ") + name}});
+        std::string message = "wrote " + std::to_string(value.size()) + (value.size() == 1 ? " byte to " : " bytes to ") + name;
+        std::string warning;
+        if (!known)
+            warning = "the bus held no node " + name + " before: no service listens to it (a typo?)";
+        else if (!state.service_running)
+            warning = state.service + ": nothing acts on it";
+        reply(response, 200, {{"ok", true}, {"message", warning.empty() ? message : message + "; " + warning},
+                              {"warning", !warning.empty()}});
     }
 
     // A command word goes to the PTZ interpreter through the simulator's
@@ -408,6 +417,19 @@ struct WebServer::State {
             std::optional<std::string> value = bus.get(name);
             reply(response, 200, {{"name", name}, {"value", value ? shown_value(name, *value) : json(nullptr)}});
         });
+        http.Get("/api/state", [this](const httplib::Request &, httplib::Response &response) {
+            BusState state = bus.state();
+            reply(response, 200, {{"bus", bus.describe()}, {"reachable", state.reachable},
+                                  {"running", state.service_running}, {"service", state.service}});
+        });
+        http.Get("/api/recent", [this](const httplib::Request &, httplib::Response &response) {
+            std::lock_guard<std::mutex> lock(mutex);
+            json list = json::array();
+            size_t from = changes.size() > kRecentChanges ? changes.size() - kRecentChanges : 0;
+            for (size_t i = from; i < changes.size(); ++i)
+                list.push_back(change_json(first + static_cast<long>(i), changes[i]));
+            reply(response, 200, list);
+        });
         http.Get("/api/names", [](const httplib::Request &, httplib::Response &response) {
             reply(response, 200, legacy_names());
         });
@@ -450,6 +472,9 @@ struct WebServer::State {
 
 WebServer::WebServer(WebBus &bus, WebOptions options) : state_(std::make_unique<State>(bus, std::move(options)))
 {
+    // "Last writes" starts with what the bus still holds.
+    for (const BusChange &change : state_->bus.recent(kRecentChanges))
+        state_->record(change);
     state_->bus.watch([state = state_.get()](const BusChange &change) { state->record(change); });
     state_->routes();
 }

@@ -339,6 +339,54 @@ TEST_F(RedisBusTest, AServicesReaderFindsTheLatestWriteOfEachLegacyNodeMadeWhile
     EXPECT_EQ(corvane::bus::reply_text(held.get()).rfind(backlog.after + " ", 0), 0u);
 }
 
+TEST_F(RedisBusTest, ToolsSeeWhetherAServiceFollowsTheBus)
+{
+    std::string error;
+    std::vector<corvane::bus::Service> services;
+    ASSERT_EQ(client_->services(&services), Status::ok);
+    EXPECT_TRUE(services.empty());
+
+    corvane::bus::Reader service(parsed_, "test-service");
+    corvane::bus::Reader passing(parsed_);
+    ASSERT_TRUE(service.start(&error)) << error;
+    ASSERT_TRUE(passing.start(&error)) << error;
+    ASSERT_EQ(client_->services(&services), Status::ok);
+    ASSERT_EQ(services.size(), 1u) << "a passing reader is no service";
+    EXPECT_EQ(services[0].name, "test-service");
+    EXPECT_TRUE(corvane::bus::running(services[0])) << services[0].silent_ms;
+    bool running = false;
+    EXPECT_EQ(corvane::bus::describe_services(services, &running), "test-service running");
+    EXPECT_TRUE(running);
+
+    // A service that stopped saying where it is: its stamp an hour old.
+    corvane::bus::Reply time = command({"TIME"});
+    ASSERT_TRUE(time);
+    std::string hour_ago = std::to_string(atoll(corvane::bus::reply_text(time->element[0]).c_str()) * 1000 - 3600000);
+    std::string stale = "0-0 " + hour_ago;
+    ASSERT_TRUE(command({"HSET", "corvane:readers", "test-service", stale}));
+    ASSERT_EQ(client_->services(&services), Status::ok);
+    ASSERT_EQ(services.size(), 1u);
+    EXPECT_FALSE(corvane::bus::running(services[0]));
+    EXPECT_GE(services[0].silent_ms, 3600000);
+    EXPECT_EQ(corvane::bus::describe_services(services, &running).rfind("test-service not running (last seen 36", 0), 0u);
+    EXPECT_FALSE(running);
+    EXPECT_EQ(corvane::bus::describe_services({}, &running), "no service has followed this bus");
+    passing.finish();
+}
+
+TEST_F(RedisBusTest, RecentWritesComeOldestFirstAndAtMostAsManyAsAsked)
+{
+    std::vector<Change> changes;
+    ASSERT_EQ(client_->recent(5, &changes), Status::ok);
+    EXPECT_TRUE(changes.empty());
+    ASSERT_EQ(client_->set_all(numbered_writes(8)), Status::ok);
+    ASSERT_EQ(client_->recent(5, &changes), Status::ok);
+    ASSERT_EQ(changes.size(), 5u);
+    for (size_t i = 0; i < changes.size(); ++i)
+        EXPECT_EQ(changes[i].value, std::to_string(4 + i));
+    EXPECT_FALSE(changes[0].writer.empty());
+}
+
 TEST_F(RedisBusTest, AddressesAreCheckedBeforeUse)
 {
     struct Case {

@@ -108,6 +108,7 @@ class PageTest(unittest.TestCase):
         cls.driver.get(cls.url + '/')
         cls.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'live'), 'live'))
         cls.wait.until(lambda d: d.find_elements(By.CSS_SELECTOR, '#head svg path.carrier'))
+        cls.writes_at_open = len(cls.driver.find_elements(By.CSS_SELECTOR, '#last-writes li'))
 
     @classmethod
     def tearDownClass(cls):
@@ -181,6 +182,46 @@ class PageTest(unittest.TestCase):
         self.wait.until(lambda d: 'refused' in message.text)
         # refused from its length alone, before the body is read
         self.assertIn('value too long (a request of 700', message.text)
+
+    def test_the_header_says_the_bus_answers_and_the_service_runs(self):
+        self.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'reachable'), 'bus reachable'))
+        self.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'service'), 'running'))
+        self.assertEqual(self.driver.find_element(By.ID, 'service').get_attribute('class'), 'on')
+        self.assertNotIn('bus: bus', self.driver.find_element(By.ID, 'bus').text)
+        if self.address:
+            # the writes the bus held when the page opened: the daemon's start-up
+            self.assertGreater(self.writes_at_open, 0)
+
+    def test_a_write_to_a_node_the_bus_does_not_hold_warns_of_a_typo(self):
+        self.write('corvane.cam1.brightnes', '5')
+        message = self.driver.find_element(By.ID, 'write-message')
+        self.wait.until(lambda d: 'typo' in message.text)
+        self.assertEqual(message.get_attribute('class'), 'message warning')
+        self.write('corvane.cam1.brightness', '5')
+        self.wait.until(lambda d: message.text == 'wrote 1 byte to corvane.cam1.brightness')
+        self.assertEqual(message.get_attribute('class'), 'message ok')
+
+    def test_zz_a_stopped_service_and_a_lost_server_show_in_the_header(self):
+        """Last: it stops the daemon and the server."""
+        if not self.address:
+            self.skipTest('the daemon runs inside corvane-web')
+        sim, redis = self.others
+        sim.terminate()
+        sim.wait(timeout=30)
+        # its last word an hour old, as after a crash long ago
+        socket = self.address[len('redis:'):]
+        now = int(subprocess.run(['redis-cli', '-s', socket, 'time'], capture_output=True).stdout.split()[0])
+        subprocess.run(['redis-cli', '-s', socket, 'hset', 'corvane:readers', 'corvane-sim',
+                        '0-0 %d' % ((now - 3600) * 1000)], check=True, capture_output=True)
+        self.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'service'), 'not running'))
+        self.assertEqual(self.driver.find_element(By.ID, 'service').get_attribute('class'), 'off')
+        self.write('corvane.cam1.brightness', '6')
+        message = self.driver.find_element(By.ID, 'write-message')
+        self.wait.until(lambda d: 'nothing acts on it' in message.text)
+        redis.kill()
+        redis.wait(timeout=30)
+        self.wait.until(expected_conditions.text_to_be_present_in_element((By.ID, 'reachable'), 'bus unreachable'))
+        self.assertEqual(self.driver.find_element(By.ID, 'reachable').get_attribute('class'), 'off')
 
     def carrier(self, letter):  # read in one go: the drawing is replaced as the head moves
         return self.driver.execute_script(

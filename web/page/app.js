@@ -52,7 +52,23 @@ async function post(path, body) {
 
 function say(target, reply) {
   target.textContent = reply.message;
-  target.className = 'message ' + (reply.ok ? 'ok' : 'error');
+  target.className = 'message ' + (!reply.ok ? 'error' : reply.warning ? 'warning' : 'ok');
+}
+
+// Whether the bus answers and the service that acts on writes runs, every
+// two seconds: words and colours, not only a dot.
+async function checkState() {
+  let state = null;
+  try {
+    state = await (await fetch('/api/state')).json();
+  } catch (error) {
+    state = {reachable: false, running: false, service: 'corvane-web does not answer'};
+  }
+  $('reachable').textContent = state.reachable ? 'bus reachable' : 'bus unreachable';
+  $('reachable').className = state.reachable ? 'on' : 'off';
+  $('service').textContent = state.reachable ? state.service : 'service unknown';
+  $('service').className = state.reachable && state.running ? 'on' : 'off';
+  setTimeout(checkState, 2000);
 }
 
 async function loadRows() {
@@ -109,13 +125,17 @@ function changed(change) {
   }
   if (change.name === 'corvane.ptzstatus') $('ptzstatus').textContent = change.value.text;
   if (change.name === 'sim.call.state') $('call-state').textContent = '(' + change.value.text + ')';
+  flash(addLastWrite(change));
+}
+
+function addLastWrite(change) {
   const item = element('li');
   item.append(element('span', change.name + ' = '), element('span', change.value.text),
               element('span', '  ' + change.writer, 'writer'));
   const list = $('last-writes');
   list.prepend(item);
-  flash(item);
   while (list.children.length > LAST_WRITES) list.lastChild.remove();
+  return item;
 }
 
 // One drawing at a time; writes meanwhile ask for one more.
@@ -150,6 +170,8 @@ async function start() {
     say($('write-message'), await post('/api/set', {name: $('write-name').value, value: $('write-value').value}));
   });
   $('sensor').addEventListener('change', loadRows);
+  checkState();
+  for (const change of await (await fetch('/api/recent')).json()) addLastWrite(change);
   const names = await (await fetch('/api/names')).json();
   $('legacy-names').replaceChildren(...names.map((name) => { const o = element('option'); o.value = name; return o; }));
   const status = await (await fetch('/api/node?name=corvane.ptzstatus')).json();
