@@ -37,7 +37,11 @@ status 0 "$BUS" get test.big
 head -c 1048576 "$work/stdout" | cmp -s - "$work/big" || fail "1 MiB value changed"
 
 # Every byte value in a value, and a name of control and high bytes.
-awk 'BEGIN { for (i = 0; i < 256; i++) printf "%c", i }' > "$work/bytes"
+# Octal escapes are bytes to every printf, whatever the locale.
+escapes=$(i=0; while [ "$i" -lt 256 ]; do printf '\\%03o' "$i"; i=$((i + 1)); done)
+# shellcheck disable=SC2059
+printf "$escapes" > "$work/bytes"
+[ "$(wc -c < "$work/bytes")" -eq 256 ] || fail "the 256-byte file has $(wc -c < "$work/bytes") bytes"
 status 0 sh -c "\"$BUS\" set test.bytes - < \"$work/bytes\""
 status 0 "$BUS" get test.bytes
 head -c 256 "$work/stdout" | cmp -s - "$work/bytes" || fail "binary value changed"
