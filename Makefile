@@ -38,7 +38,7 @@ demo-bus: deps
 	scripts/demo-bus.sh build/host
 
 test:
-	scripts/test.sh
+	@scripts/test.sh
 
 # 1,000,000 client writes through corvane-sim in a fixed memory bound, and
 # the whole fault loop.
