@@ -238,12 +238,22 @@ int console(Client &client)
             names.push_back(node.name);
         return names;
     });
-    return run_console(client, [&editor](const char *, std::string *line) {
-        std::optional<std::string> read = editor.read();
-        if (read)
-            *line = *read;
-        return read.has_value();
-    });
+    // SIGINT and SIGTERM end the console as Ctrl-D does, the terminal restored.
+    if (editor.interactive()) {
+        struct sigaction action = {};
+        action.sa_handler = [](int) { LineEditor::stop(); };
+        sigaction(SIGINT, &action, nullptr);
+        sigaction(SIGTERM, &action, nullptr);
+    }
+    return run_console(
+        client,
+        [&editor](const char *, std::string *line) {
+            std::optional<std::string> read = editor.read();
+            if (read)
+                *line = *read;
+            return read.has_value();
+        },
+        [&editor](const std::string &text) { editor.print_above(text); });
 }
 
 int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
