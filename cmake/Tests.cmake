@@ -96,3 +96,11 @@ endif()
 if(CORVANE_REDIS_BUS)
   include(cmake/RedisBusTests.cmake)
 endif()
+
+# README.md's walkthrough of the real bus, as written, beside make demo-bus.
+# It serves the page on the walkthrough's own port, 8080.
+if(CORVANE_REDIS_BUS AND CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME readme/bus-walkthrough
+           COMMAND ${CMAKE_SOURCE_DIR}/tests/readme/bus-walkthrough.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR})
+  set_tests_properties(readme/bus-walkthrough PROPERTIES TIMEOUT 180 RESOURCE_LOCK port-8080)
+endif()

@@ -32,7 +32,7 @@ stop() {
 trap stop EXIT INT TERM
 
 # A fresh store gets the default device's nodes; a kept one stays as it was.
-if [ "$(redis-cli -s "$socket" hlen corvane:nodes)" = 0 ]; then
+if [ "$(redis-cli -s "$socket" exists corvane:legacy corvane:native)" = 0 ]; then
     "$bus" load sim/devices/default.dev
     echo "loaded sim/devices/default.dev into the bus"
 fi
@@ -53,6 +53,6 @@ From another terminal:
     $bus set corvane.cam2.brightness 10
     $bus get image.cam2.brightness
     $bus listen
-    redis-cli -s $socket hgetall corvane:nodes
+    redis-cli -s $socket hgetall corvane:legacy
 TEXT
 "$bus" console
