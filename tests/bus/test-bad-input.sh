@@ -107,4 +107,6 @@ status 2 "$BUS" --bus "bogus" get a
 status 2 "$BUS" --bus "redis://10.1.2.3:6379" get a
 grep -q "CORVANE_BUS_PASSWORD" "$work/stderr" || fail "TCP without a password"
 status 2 env CORVANE_BUS=sim "$BUS" get a
+status 2 "$BUS" --bus
+grep -qx "corvane-bus: --bus needs an address" "$work/stderr" || fail "--bus without an address: $(cat "$work/stderr")"
 echo "ok"
