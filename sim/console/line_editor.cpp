@@ -42,8 +42,10 @@ int wake_pipe[2] = {-1, -1};
 std::mutex screen;
 bool editing = false;
 std::string pending;
+#ifdef CORVANE_HAVE_LIBEDIT
 FILE *screen_out = nullptr;
 size_t prompt_width = 0;
+#endif
 
 void wake()
 {
