@@ -31,14 +31,15 @@ web: deps
 	cmake --build build/host -j $(JOBS) --target corvane-web
 	build/host/corvane-web --listen 127.0.0.1:8080
 
-# corvaned as its own process on a private Redis server, with a client console.
+# corvaned as its own process on a private Redis server, with a client
+# console; builds every program README.md's walkthrough of it runs.
 demo-bus: deps
 	cmake -S . -B build/host -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_TESTS=OFF
-	cmake --build build/host -j $(JOBS) --target corvaned corvane-bus
+	cmake --build build/host -j $(JOBS) --target corvaned corvane-bus corvane-web
 	scripts/demo-bus.sh build/host
 
 test:
-	scripts/test.sh
+	@scripts/test.sh
 
 # 1,000,000 client writes through corvane-sim in a fixed memory bound, and
 # the whole fault loop.

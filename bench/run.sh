@@ -14,6 +14,8 @@
 # A section script takes the release build directory as $1 and optionally
 # --quick as $2, and prints one markdown section on standard output.
 set -e
+# Sorting, globbing and awk's numbers the same in every locale.
+export LC_ALL=C
 cd "$(dirname "$0")/.."
 root=$(pwd)
 quick=""

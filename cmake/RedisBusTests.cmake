@@ -45,4 +45,4 @@ endforeach()
 # platform/nbus.h on Redis linked without the simulated camera.
 add_executable(corvane-nbus-redis-tests ${CMAKE_SOURCE_DIR}/tests/redisbus/nbus_redis_test.cpp)
 target_link_libraries(corvane-nbus-redis-tests PRIVATE corvane_nbus_redis gtest_main)
-gtest_discover_tests(corvane-nbus-redis-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+gtest_discover_tests(corvane-nbus-redis-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)

@@ -16,7 +16,10 @@ target_link_libraries(corvane-unit-tests PRIVATE corvaned_core corvane_platform_
 if(CORVANE_TEST_PROPERTIES)
   set(unit_test_properties PROPERTIES ${CORVANE_TEST_PROPERTIES})
 endif()
-gtest_discover_tests(corvane-unit-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 ${unit_test_properties})
+# Parameterized tests are named by their index (NO_PRETTY_VALUES): a value
+# can be a long string, or bytes that differ from run to run.
+gtest_discover_tests(corvane-unit-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
+                     ${unit_test_properties})
 
 # Every tests/scenarios/**/*.scn is one test: corvane-sim runs it and fails
 # on the first expectation that does not hold.
@@ -54,7 +57,7 @@ target_sources(corvane-unit-tests PRIVATE ${CMAKE_SOURCE_DIR}/sim/driver/head.cp
 if(CORVANE_WEB)
   add_executable(corvane-web-tests ${CMAKE_SOURCE_DIR}/tests/web/unit/view_test.cpp)
   target_link_libraries(corvane-web-tests PRIVATE corvane_web corvane_line_editor gtest_main)
-  gtest_discover_tests(corvane-web-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(corvane-web-tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)
 endif()
 
 # The operator's page in Debian's headless chromium (python3-selenium with
@@ -92,4 +95,12 @@ endif()
 
 if(CORVANE_REDIS_BUS)
   include(cmake/RedisBusTests.cmake)
+endif()
+
+# README.md's walkthrough of the real bus, as written, beside make demo-bus.
+# It serves the page on the walkthrough's own port, 8080.
+if(CORVANE_REDIS_BUS AND CORVANE_WEB AND NOT CMAKE_CROSSCOMPILING)
+  add_test(NAME readme/bus-walkthrough
+           COMMAND ${CMAKE_SOURCE_DIR}/tests/readme/bus-walkthrough.sh ${CMAKE_SOURCE_DIR} ${CMAKE_BINARY_DIR})
+  set_tests_properties(readme/bus-walkthrough PROPERTIES TIMEOUT 180 RESOURCE_LOCK port-8080)
 endif()

@@ -30,7 +30,7 @@ for arch in native "$@"; do
     changes=$(ls "$work_dir/$arch/corvaned_${version}_"*.changes)
     for deb in "$work_dir/$arch"/*.deb; do
         echo "${deb##*/}:"
-        dpkg-deb -c "$deb" | awk '{ print "  " $6 }'
+        dpkg-deb -c "$deb" | while read -r _ _ _ _ _ path _; do echo "  $path"; done
     done
     echo "=== lintian ${changes##*/}"
     lintian --fail-on error --tag-display-limit 0 "$changes"

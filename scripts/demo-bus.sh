@@ -43,7 +43,7 @@ stop() {
 trap stop EXIT INT TERM
 
 # A fresh store gets the default device's nodes; a kept one stays as it was.
-if [ "$(rcli hlen corvane:native)" = 0 ]; then
+if [ "$(rcli exists corvane:legacy corvane:native)" = 0 ]; then
     "$bus" load sim/devices/default.dev
     echo "loaded sim/devices/default.dev into the bus"
 fi

@@ -9,7 +9,7 @@ seconds=${1:-60}
 jobs=$(nproc)
 CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCORVANE_FUZZ=ON -DCORVANE_TESTS=OFF >/dev/null
-targets=$(ninja -C build/fuzz -t targets all | sed -n 's/^\(fuzz-[a-z_-]*\): CXX_EXECUTABLE_LINKER.*/\1/p' | sort)
+targets=$(ninja -C build/fuzz -t targets all | sed -n 's/^\(fuzz-[a-z_-]*\): CXX_EXECUTABLE_LINKER.*/\1/p' | LC_ALL=C sort)
 # shellcheck disable=SC2086
 cmake --build build/fuzz -j "$jobs" --target $targets
 mkdir -p build/fuzz/artifacts

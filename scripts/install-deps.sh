@@ -17,6 +17,9 @@ packages="$packages make scdoc shellcheck systemd dpkg-dev debhelper lintian
 packages="$packages redis-server redis-tools libhiredis-dev nettle-dev"
 # make bench
 packages="$packages valgrind libbenchmark-dev"
+# make test's static analysis and fuzz steps: clang with libFuzzer,
+# clang-tidy, cppcheck
+packages="$packages clang libclang-rt-dev clang-tidy cppcheck"
 # The firmware image test: the emulator and cpio here; Debian's armhf kernel
 # and BusyBox are fetched (not installed) into build/image-packages.
 packages="$packages qemu-system-arm cpio"

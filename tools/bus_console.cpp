@@ -115,7 +115,7 @@ bool read_standard_input(const char *prompt, std::string *line)
     return static_cast<bool>(std::getline(std::cin, *line));
 }
 
-int run_console(Client &client, const LineReader &read_line)
+int run_console(Client &client, const LineReader &read_line, const Printer &print_write)
 {
     std::string error;
     std::unique_ptr<Client> watcher = Client::connect(client.address(), &error);
@@ -129,8 +129,8 @@ int run_console(Client &client, const LineReader &read_line)
     std::thread watching([&] {
         auto print_change = [&](const corvane::bus::Change &change) {
             if (change.writer != me) {
-                print("  => " + sim::escape(change.name) + " = " + sim::escape(change.value) + "  (" +
-                      change.writer + ")\n");
+                (print_write ? print_write : print)("  => " + sim::escape(change.name) + " = " +
+                                                     sim::escape(change.value) + "  (" + change.writer + ")\n");
                 last_answer_ms = now_ms();
             }
             return true;

@@ -13,12 +13,16 @@
 
 // Reads one line after showing the prompt; false at the end of input.
 using LineReader = std::function<bool(const char *prompt, std::string *line)>;
+// Prints what another thread has to say, in whole lines.
+using Printer = std::function<void(const std::string &text)>;
 
 bool read_standard_input(const char *prompt, std::string *line);
 // The console's command words, for completion.
 std::vector<std::string> console_words();
 
-// Runs until "quit" or the end of input; returns an exit status.
-int run_console(corvane::bus::Client &client, const LineReader &read_line);
+// Runs until "quit" or the end of input; returns an exit status. The
+// writes of other processes go to `print_write` (a line editor's, which
+// keeps them off the line being typed), else straight to standard output.
+int run_console(corvane::bus::Client &client, const LineReader &read_line, const Printer &print_write = nullptr);
 
 #endif

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <getopt.h>
 #include <iostream>
 #include <iterator>
 #include <string>
@@ -257,12 +258,22 @@ int console(Client &client)
             names.push_back(node.name);
         return names;
     });
-    return run_console(client, [&editor](const char *, std::string *line) {
-        std::optional<std::string> read = editor.read();
-        if (read)
-            *line = *read;
-        return read.has_value();
-    });
+    // SIGINT and SIGTERM end the console as Ctrl-D does, the terminal restored.
+    if (editor.interactive()) {
+        struct sigaction action = {};
+        action.sa_handler = [](int) { LineEditor::stop(); };
+        sigaction(SIGINT, &action, nullptr);
+        sigaction(SIGTERM, &action, nullptr);
+    }
+    return run_console(
+        client,
+        [&editor](const char *, std::string *line) {
+            std::optional<std::string> read = editor.read();
+            if (read)
+                *line = *read;
+            return read.has_value();
+        },
+        [&editor](const std::string &text) { editor.print_above(text); });
 }
 
 int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
@@ -293,21 +304,26 @@ int main(int argc, char **argv)
     if (corvaned::answer_info_option(argc, argv, "corvane-bus", help_text))
         return kOk;
     corvane::bus::set_log_name("corvane-bus");
-    std::vector<std::string> words(argv + 1, argv + argc);
+    // Options before the command only ("+"): set NAME - and load --notify
+    // are the command's own words.
+    static const option kOptions[] = {
+        {"bus", required_argument, nullptr, 'b'}, {"help", no_argument, nullptr, 'h'}, {nullptr, 0, nullptr, 0}};
     std::string address;
-    size_t next = 0;
-    if (!words.empty() && (words[0] == "--help" || words[0] == "-h")) {
-        fputs(help_text, stdout);
-        return kOk;
+    opterr = 0;
+    for (int option; (option = getopt_long(argc, argv, "+:h", kOptions, nullptr)) != -1;) {
+        if (option == 'b')
+            address = optarg;
+        else if (option == 'h')
+            return fputs(help_text, stdout), kOk;
+        else if (option == ':')
+            return usage((std::string(argv[optind - 1]) + " needs an address").c_str());
+        else
+            return usage((std::string("unknown option '") + argv[optind - 1] + "'").c_str());
     }
-    if (words.size() >= 2 && words[0] == "--bus") {
-        address = words[1];
-        next = 2;
-    }
-    if (next >= words.size())
+    if (optind >= argc)
         return usage("no command");
-    std::string word = words[next];
-    std::vector<std::string> arguments(words.begin() + static_cast<long>(next) + 1, words.end());
+    std::string word = argv[optind];
+    std::vector<std::string> arguments(argv + optind + 1, argv + argc);
     const Command *command = nullptr;
     for (const Command &candidate : kCommands)
         if (word == candidate.word)

@@ -1,9 +1,16 @@
 #include "sim/console/line_editor.h"
 
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <iostream>
+#include <mutex>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #ifdef CORVANE_HAVE_LIBEDIT
@@ -24,6 +31,30 @@ Completer active_completer;
 std::vector<std::string> candidates;
 std::vector<std::string> session_history;
 
+// The terminal as it was before the first console, for every way out.
+struct termios saved_terminal;
+std::atomic<bool> terminal_saved{false};
+// stop(): every read ends as at the end of input. The wake pipe ends a
+// wait for a key, for stop() and for text of other threads.
+std::atomic<bool> stopping{false};
+int wake_pipe[2] = {-1, -1};
+// Text of other threads while a line is being typed (print_above).
+std::mutex screen;
+bool editing = false;
+std::string pending;
+#ifdef CORVANE_HAVE_LIBEDIT
+FILE *screen_out = nullptr;
+size_t prompt_width = 0;
+#endif
+
+void wake()
+{
+    if (wake_pipe[1] >= 0) {
+        ssize_t ignored = write(wake_pipe[1], "", 1);
+        (void)ignored;
+    }
+}
+
 #ifdef CORVANE_HAVE_LIBEDIT
 char *next_candidate(const char *, int state)
 {
@@ -42,6 +73,77 @@ char **attempt_completion(const char *text, int start, int)
     if (candidates.empty())
         return nullptr;
     return rl_completion_matches(text, next_candidate);
+}
+
+// Ctrl-C at the prompt: the end of the console, as Ctrl-D.
+int leave_on_interrupt(int, int)
+{
+    rl_done = 1;
+    return 0;
+}
+
+// A key libedit never gets from the terminal (Ctrl-], unbound in its emacs
+// map): wait_for_key returns it when other threads have printed, and its
+// function, called with libedit's view of the line up to date, shows the
+// text above the line and draws the line again.
+constexpr int kRedrawKey = 0x1d;
+
+int show_pending(int, int)
+{
+    std::string text;
+    {
+        std::lock_guard<std::mutex> lock(screen);
+        text.swap(pending);
+    }
+    if (text.empty())
+        return 0;
+    // Back to the first row of the prompt, and clear from there.
+    winsize size{};
+    size_t rows = 0;
+    if (ioctl(fileno(screen_out), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        rows = (prompt_width + static_cast<size_t>(rl_point)) / size.ws_col;
+    fputs("\r", screen_out);
+    if (rows > 0)
+        fprintf(screen_out, "\x1b[%zuA", rows);
+    fprintf(screen_out, "\x1b[J%s", text.c_str());
+    fflush(screen_out);
+    rl_forced_update_display();
+    return 0;
+}
+
+// libedit's key reader: a byte from the terminal, the redraw key when
+// other threads printed, EOF after stop().
+int wait_for_key(FILE *in)
+{
+    for (;;) {
+        if (stopping)
+            return EOF;
+        pollfd fds[2] = {{fileno(in), POLLIN, 0}, {wake_pipe[0], POLLIN, 0}};
+        if (poll(fds, 2, -1) < 0) {
+            if (errno == EINTR)
+                continue;
+            return EOF;
+        }
+        if (fds[1].revents & POLLIN) {
+            char drained[64];
+            while (read(wake_pipe[0], drained, sizeof drained) > 0) {
+            }
+            if (stopping)
+                return EOF;
+            std::lock_guard<std::mutex> lock(screen);
+            if (!pending.empty())
+                return kRedrawKey;
+        }
+        if (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) {
+            unsigned char key;
+            ssize_t got = read(fileno(in), &key, 1);
+            if (got == 1)
+                return key;
+            if (got < 0 && errno == EINTR)
+                continue;
+            return EOF;
+        }
+    }
 }
 #endif
 
@@ -67,6 +169,14 @@ LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
 #ifdef CORVANE_HAVE_LIBEDIT
     if (!interactive_)
         return;
+    if (!terminal_saved && tcgetattr(STDIN_FILENO, &saved_terminal) == 0) {
+        terminal_saved = true;
+        atexit(restore_terminal);
+    }
+    if (wake_pipe[0] < 0 && pipe2(wake_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        wake_pipe[0] = wake_pipe[1] = -1;
+    screen_out = out_;
+    prompt_width = prompt_.size();
     // The daemon's own handlers keep SIGINT, SIGTERM and SIGQUIT.
     rl_catch_signals = 0;
     rl_readline_name = "corvane";
@@ -75,7 +185,17 @@ LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
     static char breaks[] = " \t";
     rl_completer_word_break_characters = breaks;
     rl_attempted_completion_function = attempt_completion;
+    rl_getc_function = wait_for_key;  // read by rl_initialize
     rl_initialize();
+    rl_add_defun("corvane-leave", leave_on_interrupt, 3);          // Ctrl-C
+    rl_add_defun("corvane-show-pending", show_pending, kRedrawKey);
+    // Ctrl-C reaches libedit as a key; libedit carries the change into
+    // its editing and its cooked mode.
+    if (terminal_saved) {
+        struct termios quiet = saved_terminal;
+        quiet.c_cc[VINTR] = _POSIX_VDISABLE;
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &quiet);
+    }
     using_history();
     stifle_history(static_cast<int>(kHistoryLines));
     for (const std::string &line : session_history)
@@ -86,6 +206,32 @@ LineEditor::LineEditor(std::string prompt, std::string history_path, FILE *out)
 LineEditor::~LineEditor()
 {
     active_completer = nullptr;
+    if (interactive_)
+        restore_terminal();
+}
+
+void LineEditor::stop()
+{
+    stopping = true;
+    wake();
+}
+
+void LineEditor::restore_terminal()
+{
+    if (terminal_saved)
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &saved_terminal);
+}
+
+void LineEditor::print_above(const std::string &text)
+{
+    std::lock_guard<std::mutex> lock(screen);
+    if (!editing) {
+        fputs(text.c_str(), out_);
+        fflush(out_);
+        return;
+    }
+    pending += text;
+    wake();
 }
 
 void LineEditor::set_completer(Completer completer)
@@ -100,9 +246,27 @@ std::optional<std::string> read_raw(bool interactive, const std::string &prompt)
 {
 #ifdef CORVANE_HAVE_LIBEDIT
     if (interactive) {
-        char *raw = readline(prompt.c_str());
-        if (!raw)
+        if (stopping)
             return std::nullopt;
+        {
+            std::lock_guard<std::mutex> lock(screen);
+            editing = true;
+        }
+        rl_done = 0;
+        char *raw = readline(prompt.c_str());
+        {
+            std::lock_guard<std::mutex> lock(screen);
+            editing = false;
+            fputs(pending.c_str(), screen_out);
+            fflush(screen_out);
+            pending.clear();
+        }
+        if (!raw) {
+            // Ctrl-D, Ctrl-C or stop(): the shell's prompt on a line of its own
+            fputs("\n", screen_out);
+            fflush(screen_out);
+            return std::nullopt;
+        }
         std::string line = raw;
         free(raw);
         return line;

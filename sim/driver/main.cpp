@@ -1,5 +1,6 @@
 // corvane-sim: the daemon's own entry point on the simulated camera,
 // driven by a script or by the demo console.
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -114,6 +115,9 @@ std::vector<std::string> console_candidates(std::string before, const std::strin
     return names;
 }
 
+// Set once the console has left and put the terminal back.
+std::atomic<bool> console_left{false};
+
 void run_console(ScriptRunner *runner, std::chrono::steady_clock::time_point begun)
 {
     block_signals_here();
@@ -138,6 +142,8 @@ void run_console(ScriptRunner *runner, std::chrono::steady_clock::time_point beg
     }
     if (!sim::finished() && !runner->wants_exit())
         kill(getpid(), SIGTERM);
+    LineEditor::restore_terminal();
+    console_left = true;
 }
 
 } // namespace
@@ -196,10 +202,16 @@ int main(int argc, char **argv)
     sim::mark_finished();
 
     if (options.console) {
-        // The console may still wait on the terminal; it is not joined.
+        // The console may still wait on the terminal or run a command: it
+        // is told to stop and given a second, not joined; the terminal is
+        // put back either way.
+        LineEditor::stop();
+        for (int waited = 0; waited < 100 && !console_left; ++waited)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
         driver.detach();
         sim::stop();
         fflush(stdout);
+        LineEditor::restore_terminal();
         _exit(status);
     }
     if (driver.joinable())

@@ -37,7 +37,11 @@ status 0 "$BUS" get test.big
 head -c 1048576 "$work/stdout" | cmp -s - "$work/big" || fail "1 MiB value changed"
 
 # Every byte value in a value, and a name of control and high bytes.
-awk 'BEGIN { for (i = 0; i < 256; i++) printf "%c", i }' > "$work/bytes"
+# Octal escapes are bytes to every printf, whatever the locale.
+escapes=$(i=0; while [ "$i" -lt 256 ]; do printf '\\%03o' "$i"; i=$((i + 1)); done)
+# shellcheck disable=SC2059
+printf "$escapes" > "$work/bytes"
+[ "$(wc -c < "$work/bytes")" -eq 256 ] || fail "the 256-byte file has $(wc -c < "$work/bytes") bytes"
 status 0 sh -c "\"$BUS\" set test.bytes - < \"$work/bytes\""
 status 0 "$BUS" get test.bytes
 head -c 256 "$work/stdout" | cmp -s - "$work/bytes" || fail "binary value changed"
@@ -103,4 +107,6 @@ status 2 "$BUS" --bus "bogus" get a
 status 2 "$BUS" --bus "redis://10.1.2.3:6379" get a
 grep -q "CORVANE_BUS_PASSWORD" "$work/stderr" || fail "TCP without a password"
 status 2 env CORVANE_BUS=sim "$BUS" get a
+status 2 "$BUS" --bus
+grep -qx "corvane-bus: --bus needs an address" "$work/stderr" || fail "--bus without an address: $(cat "$work/stderr")"
 echo "ok"

@@ -15,7 +15,7 @@ WAIT_SECONDS=120
 . "$(dirname "$0")/redis.sh"
 start_redis
 "$BUS" load "$(dirname "$0")/../../sim/devices/default.dev" || fail "load"
-awk -v n="$count" 'BEGIN { for (i = 1; i <= n; i++) print "corvane.cam1.brightness=" i }' > "$REDIS_DIR/writes.dev"
+seq "$count" | sed 's/^/corvane.cam1.brightness=/' > "$REDIS_DIR/writes.dev"
 
 handled() { grep -c 'Enter corvane.cam1.brightness = ' "$REDIS_DIR/daemon.out"; }
 handled_at_least() { [ "$(handled)" -ge "$1" ]; }
@@ -54,8 +54,7 @@ for mode in apply skip; do
         # Each write handled at most once, in order, across both runs; the
         # restarted daemon handles only the last one.
         cat "$REDIS_DIR/first.out" "$REDIS_DIR/daemon.out" | grep -o 'Enter corvane.cam1.brightness = [0-9]*' |
-            awk '{ if ($NF + 0 <= last) { print "value " $NF " after " last; bad = 1; exit } last = $NF + 0 }
-                 END { exit bad }' || fail "apply: a write handled twice or out of order"
+            sed 's/.* //' | LC_ALL=C sort -c -n -u || fail "apply: a write handled twice or out of order"
         [ "$(grep -c 'Enter corvane.cam1.brightness = ' "$REDIS_DIR/daemon.out")" = 1 ] || fail "apply: handled more than the last"
     else
         grep -q "skipped (after change [0-9]*-[0-9]*)" "$REDIS_DIR/daemon.err" || fail "skip: the line"

@@ -19,8 +19,8 @@ handled_at_least() { [ "$(grep -c 'Enter corvane.cam1.brightness = ' "$REDIS_DIR
 gone() { ! kill -0 "$DAEMON_PID" 2>/dev/null; }
 
 for server in down silent; do
-    awk -v n="$count" -v s=$server 'BEGIN { for (i = 1; i <= n; i++) print "corvane.cam1.brightness=" i (s == "down" ? "" : "0") }' \
-        > "$REDIS_DIR/writes.dev"
+    suffix=; [ $server = down ] || suffix=0
+    seq "$count" | sed "s/.*/corvane.cam1.brightness=&$suffix/" > "$REDIS_DIR/writes.dev"
     last=$([ $server = down ] && echo $count || echo ${count}0)
     start_daemon "$build"
     wait_for daemon_started || fail "$server: the daemon did not start"

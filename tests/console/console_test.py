@@ -2,13 +2,17 @@
 """corvane-sim's console in a real terminal (a private tmux server): the
 start-up summary, line editing and history, completion, usage lines and
 the notes the console adds; with CORVANE_BUS, the same line editing in the
-bus client's console on a private redis-server.
+bus client's console on a private redis-server, and other processes'
+writes kept off the line being typed. Both consoles are left every way
+there is (Ctrl-C, Ctrl-D, quit, SIGTERM, SIGINT), started by make as make
+demo starts them: make exits 0 and the terminal edits lines again.
 
 usage: console_test.py CORVANE_SIM [CORVANE_BUS]
 """
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -72,6 +76,22 @@ class Terminal:
         self.keys('C-d')
         time.sleep(0.3)
         subprocess.run(['tmux', '-S', self.socket, 'kill-server'], capture_output=True)
+
+
+def start_redis(workdir):
+    """A private redis-server with the default device's nodes; returns it
+    and its address."""
+    socket = os.path.join(workdir, 'redis.sock')
+    redis = subprocess.Popen(['redis-server', '--port', '0', '--unixsocket', socket, '--unixsocketperm', '700',
+                              '--dir', workdir, '--save', '', '--appendonly', 'no',
+                              '--logfile', os.path.join(workdir, 'redis.log')])
+    address = 'redis:' + socket
+    deadline = time.time() + 10
+    while subprocess.run([BUS, '--bus', address, 'load', DEVICE], capture_output=True).returncode != 0:
+        if time.time() > deadline:
+            raise AssertionError('redis-server did not start')
+        time.sleep(0.05)
+    return redis, address
 
 
 class ConsoleTest(unittest.TestCase):
@@ -166,17 +186,8 @@ class BusConsoleTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.workdir = tempfile.mkdtemp(prefix='corvane-bus-console-test.')
-        socket = os.path.join(cls.workdir, 'redis.sock')
-        cls.redis = subprocess.Popen(['redis-server', '--port', '0', '--unixsocket', socket, '--unixsocketperm', '700',
-                                      '--dir', cls.workdir, '--save', '', '--appendonly', 'no',
-                                      '--logfile', os.path.join(cls.workdir, 'redis.log')])
-        address = 'redis:' + socket
-        deadline = time.time() + 10
-        while subprocess.run([BUS, '--bus', address, 'load', DEVICE], capture_output=True).returncode != 0:
-            if time.time() > deadline:
-                raise AssertionError('redis-server did not start')
-            time.sleep(0.05)
-        cls.terminal = Terminal(cls.workdir, 'bus', '%s --bus %s console' % (BUS, address))
+        cls.redis, cls.address = start_redis(cls.workdir)
+        cls.terminal = Terminal(cls.workdir, 'bus', '%s --bus %s console' % (BUS, cls.address))
 
     @classmethod
     def tearDownClass(cls):
@@ -192,6 +203,77 @@ class BusConsoleTest(unittest.TestCase):
     def test_history_recalls_the_previous_line(self):
         self.terminal.run('get image.cam3.saturation')
         self.assertIn('image.cam3.saturation = ', self.terminal.run('', 'C-u', 'Up'))
+
+    def test_another_process_write_goes_above_the_line_being_typed(self):
+        self.terminal.keys('-l', 'get image.cam1.bri')
+        subprocess.run([BUS, '--bus', self.address, 'set', 'test.other_process', '41'], check=True)
+        screen = self.terminal.wait_for(lambda s: '=> test.other_process = 41' in s)
+        self.terminal.keys('C-u')
+        lines = screen.rstrip().splitlines()
+        self.assertEqual(lines[-1], PROMPT + 'get image.cam1.bri')
+        self.assertTrue(lines[-2].startswith('  => test.other_process = 41  (corvane-bus['), lines[-2])
+
+
+# A console as make demo runs it: a make recipe that execs it.
+MAKEFILE = 'demo:\n\t@echo $$$$ > console.pid && exec %s\n'
+HALF_LINE = 'get corvane.cam1.bri'
+WAYS_OUT = {
+    'Ctrl-C': [HALF_LINE, 'C-c'],
+    'Ctrl-D': ['C-d'],
+    'quit': ['quit', 'Enter'],
+    'SIGTERM': [HALF_LINE, signal.SIGTERM],
+    'SIGINT': [HALF_LINE, signal.SIGINT],
+}
+
+
+class LeavingTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.workdir = tempfile.mkdtemp(prefix='corvane-console-leaving-test.')
+        cls.consoles = {'corvane-sim': '%s --console --realtime' % SIM}
+        cls.redis = None
+        if BUS:
+            cls.redis, address = start_redis(cls.workdir)
+            cls.consoles['corvane-bus'] = '%s --bus %s console' % (BUS, address)
+
+    @classmethod
+    def tearDownClass(cls):
+        if cls.redis:
+            cls.redis.kill()
+            cls.redis.wait()
+        shutil.rmtree(cls.workdir, ignore_errors=True)
+
+    def leave(self, console, way):
+        """make status and `stty -a` after leaving the console that way."""
+        with open(os.path.join(self.workdir, 'Makefile'), 'w') as makefile:
+            makefile.write(MAKEFILE % self.consoles[console])
+        terminal = Terminal(self.workdir, '%s-%s' % (console, way),
+                            'make -s demo; echo "make status $?"; stty -a; sleep 60')
+        try:
+            for key in WAYS_OUT[way]:
+                if isinstance(key, signal.Signals):
+                    with open(os.path.join(self.workdir, 'console.pid')) as pid:
+                        os.kill(int(pid.read()), key)
+                elif key in ('C-c', 'C-d', 'Enter'):
+                    terminal.keys(key)
+                else:
+                    terminal.keys('-l', key)
+            screen = terminal.wait_for(lambda s: re.search(r'make status \d+\n(.*\n)*.*\bicrnl\b', s))
+        finally:
+            subprocess.run(['tmux', '-S', terminal.socket, 'kill-server'], capture_output=True)
+        return screen[screen.rindex('make status'):]
+
+    def test_every_way_out_leaves_make_content_and_the_terminal_sane(self):
+        for console in self.consoles:
+            for way in WAYS_OUT:
+                with self.subTest(console=console, way=way):
+                    after = self.leave(console, way)
+                    self.assertTrue(after.startswith('make status 0\n'), after)
+                    for flag in ('icanon', 'echo', 'isig'):
+                        self.assertRegex(after, r'(?<![-\w])%s(?![\w])' % flag)
+                    self.assertRegex(after, r'\bintr = \^C;')
+        with open(os.path.join(self.workdir, 'history')) as history:
+            self.assertNotIn(HALF_LINE, history.read())
 
 
 if __name__ == '__main__':

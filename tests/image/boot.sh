@@ -87,7 +87,7 @@ image_bytes=$(wc -c < "$work/image.cpio" | tr -d ' ')
 gzip_bytes=$(wc -c < "$work/image.cpio.gz" | tr -d ' ')
 kernel_bytes=$(wc -c < "$kernel" | tr -d ' ')
 
-now() { date +%s.%N; }
+now() { date +%s%3N; }  # milliseconds
 failures=0
 fail() { echo "$1: $2"; failures=$((failures + 1)); }
 checks=$(grep -c '^check "' "$root/sbin/image-check")
@@ -103,7 +103,8 @@ boot() {
     ready=""
     while kill -0 "$qemu" 2>/dev/null; do
         if [ -z "$ready" ] && grep -q "^ready: uptime" "$console.raw"; then
-            ready=$(awk -v a="$started" -v b="$(now)" 'BEGIN { printf "%.1f", b - a }')
+            ready=$(( $(now) - started ))
+            ready=$((ready / 1000)).$((ready % 1000 / 100))
         fi
         sleep 0.1
     done

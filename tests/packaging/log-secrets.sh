@@ -17,8 +17,7 @@ fail() {
 
 # The unit: the word in its [Service] section (systemd's own parser reads
 # the last Environment= line of a variable).
-word=$(awk '/^\[/ { section = $0 } section == "[Service]" && /^Environment=CORVANE_LOG_SECRETS=/ { value = $0 }
-            END { sub(/^Environment=CORVANE_LOG_SECRETS=/, "", value); print value }' "$unit")
+word=$(sed -n '/^\[Service\]$/,/^\[/s/^Environment=CORVANE_LOG_SECRETS=//p' "$unit" | tail -n 1)
 [ "$word" = mask ] || fail "the unit sets CORVANE_LOG_SECRETS='$word', not mask"
 
 # The init script: the running daemon's own environment.
