@@ -227,7 +227,7 @@ bool parse_address(const std::string &text, Address *address, std::string *error
         }
         address->port = static_cast<int>(port);
         if (address->password.empty() && !is_loopback(address->host)) {
-            *error = "bus address '" + text + "': TCP to a host other than this one needs CORVANE_BUS_PASSWORD";
+            *error = "bus address '" + text + "': TCP to a host other than this one needs CORVANE_BUS_PASSWORD or CORVANE_BUS_PASSWORD_FILE";
             return false;
         }
         return true;

@@ -62,9 +62,10 @@ cat <<TEXT
 corvaned runs as process $daemon on $CORVANE_BUS; its log is $run/corvaned.log.
 From another terminal:
     export CORVANE_BUS=$CORVANE_BUS CORVANE_BUS_USER=admin CORVANE_BUS_PASSWORD_FILE=$CORVANE_BUS_PASSWORD_FILE
+    export REDISCLI_AUTH=\$(cat \$CORVANE_BUS_PASSWORD_FILE)
     $bus set corvane.cam2.brightness 10
     $bus get image.cam2.brightness
     $bus listen
-    REDISCLI_AUTH=\$(cat \$CORVANE_BUS_PASSWORD_FILE) redis-cli -s $socket --user admin hgetall corvane:legacy
+    redis-cli -s $socket --user admin hgetall corvane:legacy
 TEXT
 "$bus" console
