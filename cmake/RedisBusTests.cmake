@@ -35,7 +35,7 @@ foreach(script ${BUS_PROCESS_TESTS})
 endforeach()
 
 # The same daemon linked against the Redis bus library alone.
-foreach(test_name multi-process server-restart no-server crash prompt-stop admin-mistakes)
+foreach(test_name multi-process server-restart no-server crash prompt-stop admin-mistakes acl honest-states)
   add_test(NAME bus/${test_name}/corvaned-redis
            COMMAND ${CMAKE_SOURCE_DIR}/tests/bus/test-${test_name}.sh ${CMAKE_BINARY_DIR})
   set_tests_properties(bus/${test_name}/corvaned-redis PROPERTIES TIMEOUT 300

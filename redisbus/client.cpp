@@ -118,6 +118,24 @@ std::string describe_services(const std::vector<Service> &services, bool *any_ru
     return "no service has followed this bus";
 }
 
+std::string Client::unheard_because(const std::string &name)
+{
+    // A service makes its legacy nodes when it starts: before one runs, an
+    // absent node is no sign of a typo.
+    std::vector<Service> found;
+    if (services(&found) != Status::ok)
+        return error_;
+    bool running = false;
+    std::string text = describe_services(found, &running);
+    if (!running)
+        return text + ": nothing acts on it";
+    std::string value;
+    Status status = get(name, &value);
+    if (status == Status::absent)
+        return "the bus holds no node " + name + ": no service listens to it (a typo?)";
+    return status == Status::ok ? "" : error_;
+}
+
 Status Client::recent(size_t count, std::vector<Change> *changes)
 {
     std::string text = std::to_string(count);

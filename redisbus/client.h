@@ -109,6 +109,11 @@ public:
 
     // The services that have followed this bus, running or not.
     Status services(std::vector<Service> *services);
+    // Why a write of NAME would go unheard, or "" when a service runs and
+    // the bus holds the node: "corvaned not running (last seen 42 s ago):
+    // nothing acts on it", "the bus holds no node NAME: no service listens
+    // to it (a typo?)". Unreachable: the error, as any call.
+    std::string unheard_because(const std::string &name);
     // The latest COUNT writes the bus still holds, oldest first.
     Status recent(size_t count, std::vector<Change> *changes);
     // Forgets every node, range and change of the bus (a fresh device).

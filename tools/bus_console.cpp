@@ -82,7 +82,10 @@ void command(Client &client, const std::string &line)
     if (word == "help") {
         print(kHelp);
     } else if (word == "set" && !name.empty()) {
+        std::string unheard = client.unheard_because(name);
         print(shown(client, client.set(name, sim::unquote(value)), name));
+        if (!unheard.empty())
+            print("  warning: " + unheard + "\n");
         wait_for_answers();
     } else if (word == "get" && !name.empty()) {
         Status status = client.get(name, &value);

@@ -24,6 +24,7 @@ using corvane::bus::Status;
 
 constexpr int kOk = 0;
 constexpr int kAbsent = 1;
+constexpr int kUnheard = 1;  // --strict: no service would hear the write; status: none runs
 constexpr int kUsage = 2;
 constexpr int kUnreachable = 3;
 constexpr int kRefused = 4;
@@ -34,13 +35,14 @@ const char help_text[] =
     "\n"
     "SYNOPSIS\n"
     "    corvane-bus [--bus ADDRESS] get NAME\n"
-    "    corvane-bus [--bus ADDRESS] set NAME VALUE\n"
-    "    corvane-bus [--bus ADDRESS] set NAME -\n"
+    "    corvane-bus [--bus ADDRESS] [--strict] set NAME VALUE\n"
+    "    corvane-bus [--bus ADDRESS] [--strict] set NAME -\n"
     "    corvane-bus [--bus ADDRESS] dump [PREFIX]\n"
     "    corvane-bus [--bus ADDRESS] listen [PREFIX]\n"
     "    corvane-bus [--bus ADDRESS] load [--notify] DEVICE_FILE\n"
     "    corvane-bus [--bus ADDRESS] range NAME\n"
     "    corvane-bus [--bus ADDRESS] console\n"
+    "    corvane-bus [--bus ADDRESS] status\n"
     "    corvane-bus acl PASSWORD_DIR\n"
     "    corvane-bus --help | --version\n"
     "\n"
@@ -55,7 +57,9 @@ const char help_text[] =
     "                    the value does not change. With VALUE \"-\" the value is\n"
     "                    standard input, byte for byte (any length, any bytes).\n"
     "                    Returns once the server has the write; the daemon handles\n"
-    "                    it on its own time, in bus order.\n"
+    "                    it on its own time, in bus order. A write of a node the bus\n"
+    "                    does not hold (a typo?), or with no service running, is made\n"
+    "                    with a warning on standard error (--strict: not made, exit 1).\n"
     "    dump [PREFIX]   Prints \"NAME = VALUE\" for every node whose name begins with\n"
     "                    PREFIX (all nodes without one), sorted by name.\n"
     "    listen [PREFIX] Prints \"NAME = VALUE (WRITER)\" for every write of a node\n"
@@ -72,9 +76,13 @@ const char help_text[] =
     "    console         Reads set, get, dump and range commands from standard input\n"
     "                    and prints every write of another process as it happens\n"
     "                    (\"=> NAME = VALUE (WRITER)\"): the daemon's answers.\n"
+    "    status          Says whether the bus answers and which service follows it:\n"
+    "                    \"corvaned running\", \"corvaned not running (last seen 42 s\n"
+    "                    ago)\" or \"no service has followed this bus\"; exit 1 when\n"
+    "                    none runs.\n"
     "    acl PASSWORD_DIR\n"
-    "                    Prints the ACL file for redis-server --aclfile: the default\n"
-    "                    user off; admin (everything: loads devices), corvaned (the\n"
+    "                    Prints the ACL file for redis-server --aclfile: nobody can\n"
+    "                    log in as the default user; admin (everything: loads devices), corvaned (the\n"
     "                    daemon), legacy (a client of the legacy interface: writes\n"
     "                    corvane.* nodes through the write function) and viewer (reads\n"
     "                    and follows). Each password is the first line of\n"
@@ -86,6 +94,7 @@ const char help_text[] =
     "\n"
     "OPTIONS\n"
     "    --bus ADDRESS   The bus to use instead of the one in CORVANE_BUS.\n"
+    "    --strict        set: a write no service would hear is an error, not made.\n"
     "    -h, --help      This text.\n"
     "    --version       The version.\n"
     "\n"
@@ -102,7 +111,8 @@ const char help_text[] =
     "\n"
     "EXIT STATUS\n"
     "    0  success\n"
-    "    1  the node (or its range) does not exist\n"
+    "    1  the node (or its range) does not exist; --strict: a write no service\n"
+    "       would hear; status: no service runs\n"
     "    2  usage error: a malformed command line or bus address, or a device file\n"
     "       that cannot be read\n"
     "    3  the bus cannot be reached (the message names the address and why)\n"
@@ -166,11 +176,34 @@ int get(Client &client, const std::string &name)
     return kOk;
 }
 
-int set(Client &client, const std::string &name, std::string value)
+// A write nobody will hear is still made (clients of the legacy interface
+// write nodes before their service starts), with a warning; --strict makes
+// it an error instead.
+int set(Client &client, const std::string &name, std::string value, bool strict)
 {
     if (value == "-")
         value.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    return finish(client, client.set(name, value));
+    std::string unheard = sim::escape(client.unheard_because(name));
+    if (!unheard.empty() && strict) {
+        fprintf(stderr, "corvane-bus: not written: %s\n", unheard.c_str());
+        return kUnheard;
+    }
+    int status = finish(client, client.set(name, value));
+    if (status == kOk && !unheard.empty())
+        fprintf(stderr, "corvane-bus: warning: %s\n", unheard.c_str());
+    return status;
+}
+
+// Whether the bus answers and a service follows it; 1 when none runs.
+int status(Client &client)
+{
+    std::vector<corvane::bus::Service> services;
+    if (Status status = client.services(&services); status != Status::ok)
+        return finish(client, status);
+    bool running = false;
+    std::string text = corvane::bus::describe_services(services, &running);
+    printf("bus %s: reachable\n%s\n", client.address().c_str(), text.c_str());
+    return running ? kOk : kUnheard;
 }
 
 int dump(Client &client, const std::string &prefix)
@@ -240,7 +273,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"get", 1, 1},  {"set", 2, 2},   {"dump", 0, 1},    {"listen", 0, 1},
-    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0}, {"acl", 1, 1},
+    {"load", 1, 2}, {"range", 1, 1}, {"console", 0, 0}, {"acl", 1, 1}, {"status", 0, 0},
 };
 
 // The console with line editing, history and completion of command words
@@ -276,13 +309,15 @@ int console(Client &client)
         [&editor](const std::string &text) { editor.print_above(text); });
 }
 
-int run(Client &client, const std::string &word, const std::vector<std::string> &arguments)
+int run(Client &client, const std::string &word, const std::vector<std::string> &arguments, bool strict)
 {
     std::string first = arguments.empty() ? std::string() : arguments[0];
     if (word == "get")
         return get(client, first);
     if (word == "set")
-        return set(client, first, arguments[1]);
+        return set(client, first, arguments[1], strict);
+    if (word == "status")
+        return status(client);
     if (word == "dump")
         return dump(client, first);
     if (word == "listen")
@@ -307,12 +342,18 @@ int main(int argc, char **argv)
     // Options before the command only ("+"): set NAME - and load --notify
     // are the command's own words.
     static const option kOptions[] = {
-        {"bus", required_argument, nullptr, 'b'}, {"help", no_argument, nullptr, 'h'}, {nullptr, 0, nullptr, 0}};
+        {"bus", required_argument, nullptr, 'b'},
+        {"strict", no_argument, nullptr, 's'},
+        {"help", no_argument, nullptr, 'h'},
+        {nullptr, 0, nullptr, 0}};
     std::string address;
+    bool strict = false;
     opterr = 0;
     for (int option; (option = getopt_long(argc, argv, "+:h", kOptions, nullptr)) != -1;) {
         if (option == 'b')
             address = optarg;
+        else if (option == 's')
+            strict = true;
         else if (option == 'h')
             return fputs(help_text, stdout), kOk;
         else if (option == ':')
@@ -346,5 +387,5 @@ int main(int argc, char **argv)
         fprintf(stderr, "corvane-bus: %s\n", error.c_str());
         return malformed ? kUsage : kUnreachable;
     }
-    return run(*client, word, arguments);
+    return run(*client, word, arguments, strict);
 }

@@ -295,10 +295,10 @@ struct WebServer::State {
         }
         std::string message = "wrote " + std::to_string(value.size()) + (value.size() == 1 ? " byte to " : " bytes to ") + name;
         std::string warning;
-        if (!known)
-            warning = "the bus held no node " + name + " before: no service listens to it (a typo?)";
-        else if (!state.service_running)
+        if (!state.service_running)
             warning = state.service + ": nothing acts on it";
+        else if (!known)
+            warning = "the bus held no node " + name + " before: no service listens to it (a typo?)";
         reply(response, 200, {{"ok", true}, {"message", warning.empty() ? message : message + "; " + warning},
                               {"warning", !warning.empty()}});
     }
