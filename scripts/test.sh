@@ -61,7 +61,7 @@ suite() {
 }
 
 step deps
-if scripts/install-deps.sh > "$logs/deps.log" 2>&1; then echo "installed"; else tally 0 1 "$logs/deps.log"; fi
+if scripts/install-deps.sh > "$logs/deps.log" 2>&1; then echo "ok"; else tally 0 1 "$logs/deps.log"; fi
 
 suite host -DCMAKE_BUILD_TYPE=RelWithDebInfo
 suite asan -DCMAKE_BUILD_TYPE=Debug -DCORVANE_SANITIZE=ON
