@@ -21,6 +21,14 @@ function element(tag, text, className) {
   return node;
 }
 
+// A node or routine name that wraps only after a dot or an underscore.
+function nameCell(name, fallback) {
+  if (!name) return element('td', fallback, 'absent');
+  const cell = element('td');
+  for (const part of name.split(/(?<=[._])/)) cell.append(part, document.createElement('wbr'));
+  return cell;
+}
+
 function showValue(cell, value) {
   cell.classList.remove('absent', 'hidden', 'escaped');
   if (value === null || value === undefined) {
@@ -81,11 +89,11 @@ async function loadRows() {
   for (const row of reply.rows) {
     const tr = element('tr');
     tr.dataset.legacy = row.legacy;
-    const legacyName = element('td', row.legacy);
+    const legacyName = nameCell(row.legacy);
     const legacyValue = element('td', undefined, 'legacy-value');
-    const nativeName = element('td', row.native || '(none)', row.native ? '' : 'absent');
+    const nativeName = nameCell(row.native, '(none)');
     const nativeValue = element('td', undefined, 'native-value');
-    const handler = element('td', row.handler || '(none)', row.handler ? '' : 'absent');
+    const handler = nameCell(row.handler, '(none)');
     showValue(legacyValue, row.legacy_value);
     if (row.native) showValue(nativeValue, row.native_value);
     tr.append(legacyName, legacyValue, nativeName, nativeValue, handler);
