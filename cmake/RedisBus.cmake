@@ -35,6 +35,7 @@ if(CORVANE_REDIS_BUS)
   target_link_libraries(corvane-bus PRIVATE corvaned_core corvane_platform_sim corvane_redis_client ${NETTLE_LIBRARY})
 
   target_compile_definitions(corvane_redis_client PUBLIC CORVANE_REDIS_BUS)
+  target_sources(corvane_platform_sim PRIVATE ${SIM_REDIS_BACKEND_SOURCE})
   target_link_libraries(corvane_platform_sim PUBLIC corvane_redis_client)
 endif()
 
@@ -48,7 +49,7 @@ endif()
 # vendor libnbus; the other platform libraries from the simulated camera.
 if(CORVANE_REDIS_BUS)
   set(SIM_BESIDE_BUS_SOURCES ${SIM_PLATFORM_SOURCES})
-  list(FILTER SIM_BESIDE_BUS_SOURCES EXCLUDE REGEX "/(bus|local_store|redis_store)\\.cpp$")
+  list(FILTER SIM_BESIDE_BUS_SOURCES EXCLUDE REGEX "/(bus|bus_backends|local_store)\\.cpp$")
   add_library(corvane_platform_sim_beside_bus STATIC ${SIM_BESIDE_BUS_SOURCES} sim/beside_bus/bus_absent.cpp)
   target_include_directories(corvane_platform_sim_beside_bus PUBLIC ${CMAKE_SOURCE_DIR})
   target_compile_definitions(corvane_platform_sim_beside_bus PUBLIC

@@ -9,11 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "sim/platform/bus_backends.h"
 #include "web/server.h"
+#include "web/shared_bus.h"
 #include "web/sim_bus.h"
-#ifdef CORVANE_REDIS_BUS
-#include "web/redis_bus.h"
-#endif
 
 namespace {
 
@@ -106,19 +105,14 @@ void serve(WebServer *server)
 // runs as its own process.
 bool in_process(const Options &options)
 {
-    return options.bus.empty() || options.bus == "sim";
+    return options.bus.empty() || sim::bus_backend(options.bus).in_process;
 }
 
 std::unique_ptr<WebBus> open_bus(const Options &options, std::string *error)
 {
     if (in_process(options))
         return load_devices(options.devices, error) ? make_sim_bus() : nullptr;
-#ifdef CORVANE_REDIS_BUS
-    return make_redis_bus(options.bus, error);
-#else
-    *error = "this build has no bus on Redis";
-    return nullptr;
-#endif
+    return make_shared_bus(options.bus, error);
 }
 
 // The signals that stop the daemon stop corvane-web too.

@@ -14,10 +14,8 @@
 #include <vector>
 
 #include "sim/driver/script.h"
+#include "sim/platform/bus_backends.h"
 #include "sim/platform/sim.h"
-#ifdef CORVANE_REDIS_BUS
-#include "redisbus/client.h"
-#endif
 
 namespace {
 
@@ -44,29 +42,22 @@ void queue_call(const std::string &call)
     call_queue.changed.notify_all();
 }
 
-#ifdef CORVANE_REDIS_BUS
 // On a bus shared with other processes the head is written as a client of
 // the bus, so every process sees it; in this process it is the simulator's.
 std::mutex client_mutex;
-std::unique_ptr<corvane::bus::Client> &shared_client()
+std::unique_ptr<sim::BusClient> &shared_client()
 {
-    static std::unique_ptr<corvane::bus::Client> &client = *new std::unique_ptr<corvane::bus::Client>;
+    static std::unique_ptr<sim::BusClient> &client = *new std::unique_ptr<sim::BusClient>;
     return client;
 }
-#endif
 
-void publish_all(const std::vector<std::pair<std::string, std::string>> &nodes)
+void publish_all(const sim::BusNodes &nodes)
 {
-#ifdef CORVANE_REDIS_BUS
     std::lock_guard<std::mutex> lock(client_mutex);
     if (shared_client()) {
-        std::vector<corvane::bus::Node> batch;
-        for (auto &[name, value] : nodes)
-            batch.push_back({name, value});
-        shared_client()->set_all(batch);
+        shared_client()->set_all(nodes);
         return;
     }
-#endif
     for (auto &[name, value] : nodes)
         sim::publish(name, value);
 }
@@ -74,21 +65,20 @@ void publish_all(const std::vector<std::pair<std::string, std::string>> &nodes)
 // The writes of "sim.call" by other processes.
 void watch_calls_elsewhere(const std::string &address)
 {
-#ifdef CORVANE_REDIS_BUS
     std::string error;
-    std::unique_ptr<corvane::bus::Client> watcher = corvane::bus::Client::connect(address, &error);
+    std::unique_ptr<sim::BusClient> watcher = sim::bus_backend(address).client(address, &error);
     if (!watcher) {
         fprintf(stderr, "corvane-sim: sim.call is not served: %s\n", error.c_str());
         return;
     }
-    watcher->watch("sim.call", [](const corvane::bus::Change &change) {
-        if (change.name == "sim.call")
-            queue_call(change.value);
-        return true;
-    });
-#else
-    (void)address;
-#endif
+    watcher->watch(
+        "sim.call",
+        [](const sim::BusWrite &write) {
+            if (write.name == "sim.call")
+                queue_call(write.value);
+            return true;
+        },
+        {});
 }
 
 void block_signals()
@@ -183,14 +173,12 @@ void start_head_view(long pace_us, long interval_ms, const std::string &bus_addr
         if (name == "sim.call" && writer != sim::Writer::simulator)
             queue_call(value);
     });
-    if (!bus_address.empty() && bus_address != "sim") {
-#ifdef CORVANE_REDIS_BUS
+    if (!bus_address.empty() && !sim::bus_backend(bus_address).in_process) {
         std::string error;
         std::lock_guard<std::mutex> lock(client_mutex);
-        shared_client() = corvane::bus::Client::connect(bus_address, &error);
+        shared_client() = sim::bus_backend(bus_address).client(bus_address, &error);
         if (!shared_client())
             fprintf(stderr, "corvane-sim: the head is not published: %s\n", error.c_str());
-#endif
         std::thread([bus_address] {
             block_signals();
             watch_calls_elsewhere(bus_address);

@@ -13,6 +13,7 @@
 
 #include "platform/nbus.h"
 #include "platform/nbus_backlog.h"
+#include "sim/platform/bus_backends.h"
 #include "sim/platform/internal.h"
 #include "sim/platform/sim.h"
 #include "sim/platform/store.h"
@@ -99,15 +100,11 @@ void publish(const std::string &name, const std::string &value)
 bool use_bus(const std::string &address, std::string *error)
 {
     bus_chosen = true;
-    if (address == "sim") {
-        store() = make_local_store(deliver);
-        return true;
-    }
-    std::unique_ptr<NodeStore> redis = make_redis_store(address, false, deliver, error);
-    if (!redis)
+    std::unique_ptr<NodeStore> chosen = bus_backend(address).store(address, false, deliver, error);
+    if (!chosen)
         return false;
-    redis->clear();
-    store() = std::move(redis);
+    chosen->clear();
+    store() = std::move(chosen);
     return true;
 }
 
@@ -122,13 +119,13 @@ bool use_bus_from_environment(std::string *error)
         return true;
     bus_chosen = true;
     const char *address = getenv("CORVANE_BUS");
-    if (!address || !*address || std::string(address) == "sim")
+    if (!address || !*address || bus_backend(address).in_process)
         return true;
     // The daemon's own process waits for its bus, as it would on the camera.
-    std::unique_ptr<NodeStore> redis = make_redis_store(address, true, deliver, error);
-    if (!redis)
+    std::unique_ptr<NodeStore> chosen = bus_backend(address).store(address, true, deliver, error);
+    if (!chosen)
         return false;
-    store() = std::move(redis);
+    store() = std::move(chosen);
     store()->start();
     return true;
 }

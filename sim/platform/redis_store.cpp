@@ -1,11 +1,10 @@
-// The simulated camera's nodes on the bus on Redis (redisbus/): other
-// processes see and write the same nodes, and every write reaches this
-// process through the shared change stream.
-#include "sim/platform/store.h"
-
-#ifdef CORVANE_REDIS_BUS
-
+// The bus on Redis (redisbus/) as a backend (bus_backends.h): the
+// simulated camera's nodes on it, which other processes see and write, every
+// write reaching this process through the shared change stream; and a
+// client beside the daemon.
+#include "redisbus/client.h"
 #include "redisbus/process_bus.h"
+#include "sim/platform/bus_backends.h"
 
 namespace sim {
 
@@ -65,6 +64,72 @@ private:
     bool running_ = false;
 };
 
+class RedisClient : public BusClient {
+public:
+    explicit RedisClient(std::unique_ptr<corvane::bus::Client> client) : client_(std::move(client)) {}
+
+    const std::string &address() const override { return client_->address(); }
+    const std::string &error() const override { return client_->error(); }
+    bool get(const std::string &name, std::string *value) override { return client_->get(name, value) == Status::ok; }
+    bool set(const std::string &name, const std::string &value) override
+    {
+        return client_->set(name, value) == Status::ok;
+    }
+
+    bool set_all(const BusNodes &nodes) override
+    {
+        std::vector<corvane::bus::Node> batch;
+        for (auto &[name, value] : nodes)
+            batch.push_back({name, value});
+        return client_->set_all(batch) == Status::ok;
+    }
+
+    BusNodes dump(const std::string &prefix) override
+    {
+        std::vector<corvane::bus::Node> nodes;
+        client_->dump(prefix, &nodes);
+        BusNodes pairs;
+        for (corvane::bus::Node &node : nodes)
+            pairs.emplace_back(std::move(node.name), std::move(node.value));
+        return pairs;
+    }
+
+    void watch(const std::string &prefix, const std::function<bool(const BusWrite &)> &on_write,
+               const std::function<void()> &on_ready) override
+    {
+        client_->watch(
+            prefix,
+            [&on_write](const corvane::bus::Change &change) {
+                return on_write({change.name, change.value, change.writer});
+            },
+            on_ready);
+    }
+
+    void stop() override { client_->stop(); }
+
+    bool services(bool *running, std::string *text) override
+    {
+        std::vector<corvane::bus::Service> services;
+        if (client_->services(&services) != Status::ok)
+            return false;
+        *text = corvane::bus::describe_services(services, running);
+        return true;
+    }
+
+    std::vector<BusWrite> recent(size_t count) override
+    {
+        std::vector<corvane::bus::Change> changes;
+        std::vector<BusWrite> writes;
+        if (client_->recent(count, &changes) == Status::ok)
+            for (corvane::bus::Change &change : changes)
+                writes.push_back({std::move(change.name), std::move(change.value), std::move(change.writer)});
+        return writes;
+    }
+
+private:
+    std::unique_ptr<corvane::bus::Client> client_;
+};
+
 } // namespace
 
 std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool wait, NodeStore::Sink sink,
@@ -76,18 +141,12 @@ std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool wai
     return store;
 }
 
-} // namespace sim
-
-#else
-
-namespace sim {
-
-std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool, NodeStore::Sink, std::string *error)
+std::unique_ptr<BusClient> connect_redis_client(const std::string &address, std::string *error)
 {
-    *error = "bus address '" + address + "': this build has no Redis support";
-    return nullptr;
+    std::unique_ptr<corvane::bus::Client> client = corvane::bus::Client::connect(address, error);
+    if (!client)
+        return nullptr;
+    return std::make_unique<RedisClient>(std::move(client));
 }
 
 } // namespace sim
-
-#endif

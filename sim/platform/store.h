@@ -43,11 +43,8 @@ public:
     virtual void apply_backlog() {}
 };
 
+// The store in this process; the others come from bus_backends.h.
 std::unique_ptr<NodeStore> make_local_store(NodeStore::Sink sink);
-// Null with a reason when the address cannot be used (or this build has
-// no Redis support). With `wait` it waits for the server to answer.
-std::unique_ptr<NodeStore> make_redis_store(const std::string &address, bool wait, NodeStore::Sink sink,
-                                            std::string *error);
 
 } // namespace sim
 

@@ -1,26 +1,23 @@
-// corvane-web as one more client of the bus on Redis.
-#include "web/redis_bus.h"
+// corvane-web as one more client of a bus shared with other processes.
+#include "web/shared_bus.h"
 
 #include <future>
-
 #include <mutex>
 #include <thread>
 
-#include "redisbus/client.h"
+#include "sim/platform/bus_backends.h"
 
 namespace {
 
-using corvane::bus::Client;
-using corvane::bus::Status;
+using sim::BusClient;
 
-
-class RedisBus : public WebBus {
+class SharedBus : public WebBus {
 public:
-    RedisBus(std::unique_ptr<Client> client, std::unique_ptr<Client> watcher)
+    SharedBus(std::unique_ptr<BusClient> client, std::unique_ptr<BusClient> watcher)
         : client_(std::move(client)), watcher_(std::move(watcher))
     {
     }
-    ~RedisBus() override
+    ~SharedBus() override
     {
         watcher_->stop();
         if (watching_.joinable())
@@ -33,7 +30,7 @@ public:
     {
         std::lock_guard<std::mutex> lock(mutex_);
         std::string value;
-        if (client_->get(name, &value) != Status::ok)
+        if (!client_->get(name, &value))
             return std::nullopt;
         return value;
     }
@@ -41,18 +38,13 @@ public:
     std::vector<std::pair<std::string, std::string>> dump(const std::string &prefix) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        std::vector<corvane::bus::Node> nodes;
-        client_->dump(prefix, &nodes);
-        std::vector<std::pair<std::string, std::string>> pairs;
-        for (corvane::bus::Node &node : nodes)
-            pairs.emplace_back(std::move(node.name), std::move(node.value));
-        return pairs;
+        return client_->dump(prefix);
     }
 
     std::string set(const std::string &name, const std::string &value) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        return client_->set(name, value) == Status::ok ? std::string() : client_->error();
+        return client_->set(name, value) ? std::string() : client_->error();
     }
 
     // Returns once the watch has begun, so no write after it is missed.
@@ -68,8 +60,8 @@ public:
             };
             watcher_->watch(
                 "",
-                [&on_change](const corvane::bus::Change &change) {
-                    on_change({change.name, change.value, change.writer});
+                [&on_change](const sim::BusWrite &write) {
+                    on_change({write.name, write.value, write.writer});
                     return true;
                 },
                 tell);
@@ -81,41 +73,39 @@ public:
     BusState state() override
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        std::vector<corvane::bus::Service> services;
-        if (client_->services(&services) != Status::ok)
-            return {false, false, "the bus does not answer: " + client_->error()};
         bool running = false;
-        std::string text = corvane::bus::describe_services(services, &running);
+        std::string text;
+        if (!client_->services(&running, &text))
+            return {false, false, "the bus does not answer: " + client_->error()};
         return {true, running, text};
     }
 
     std::vector<BusChange> recent(size_t count) override
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        std::vector<corvane::bus::Change> changes;
         std::vector<BusChange> recent;
-        if (client_->recent(count, &changes) == Status::ok)
-            for (corvane::bus::Change &change : changes)
-                recent.push_back({std::move(change.name), std::move(change.value), std::move(change.writer)});
+        for (sim::BusWrite &write : client_->recent(count))
+            recent.push_back({std::move(write.name), std::move(write.value), std::move(write.writer)});
         return recent;
     }
 
 private:
     std::mutex mutex_;  // one thread at a time on a client
-    std::unique_ptr<Client> client_;
-    std::unique_ptr<Client> watcher_;
+    std::unique_ptr<BusClient> client_;
+    std::unique_ptr<BusClient> watcher_;
     std::thread watching_;
 };
 
 } // namespace
 
-std::unique_ptr<WebBus> make_redis_bus(const std::string &address, std::string *error)
+std::unique_ptr<WebBus> make_shared_bus(const std::string &address, std::string *error)
 {
-    std::unique_ptr<Client> client = Client::connect(address, error);
+    const sim::BusBackend &backend = sim::bus_backend(address);
+    std::unique_ptr<BusClient> client = backend.client(address, error);
     if (!client)
         return nullptr;
-    std::unique_ptr<Client> watcher = Client::connect(address, error);
+    std::unique_ptr<BusClient> watcher = backend.client(address, error);
     if (!watcher)
         return nullptr;
-    return std::make_unique<RedisBus>(std::move(client), std::move(watcher));
+    return std::make_unique<SharedBus>(std::move(client), std::move(watcher));
 }
