@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <sys/random.h>
 #include <unistd.h>
 
 namespace corvane::bus {
@@ -259,9 +260,28 @@ std::string process_writer()
     return std::string(program_invocation_short_name) + "[" + std::to_string(getpid()) + "]";
 }
 
+// A word of this process's own: process ids come round again (32768 on
+// many systems), and a new process under an old one's id must not be taken
+// for it retrying a write its record still holds.
+const std::string &process_token()
+{
+    static const std::string token = [] {
+        unsigned char bytes[8] = {};
+        if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) {
+            unsigned long long fallback = static_cast<unsigned long long>(time(nullptr)) ^ (uintptr_t)&bytes;
+            memcpy(bytes, &fallback, sizeof bytes);
+        }
+        char text[2 * sizeof bytes + 1];
+        for (size_t i = 0; i < sizeof bytes; ++i)
+            snprintf(text + 2 * i, 3, "%02x", bytes[i]);
+        return std::string(text);
+    }();
+    return token;
+}
+
 Connection::Connection(Address address)
     : address_(std::move(address)),
-      writer_key_(kWriterPrefix + process_writer() + "#" + std::to_string(++connections_made))
+      writer_key_(kWriterPrefix + process_writer() + "." + process_token() + "#" + std::to_string(++connections_made))
 {
 }
 

@@ -94,8 +94,13 @@ void ProcessBus::start(Sink sink)
     sigset_t all, previous;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, &previous);
-    thread_ = std::thread(&ProcessBus::loop, this);
-    thread_id_ = thread_.get_id();
+    {
+        // The loop takes this lock first: it knows itself as the bus thread
+        // before it delivers anything, or a handler's write would wait on it.
+        std::lock_guard<std::mutex> lock(mutex_);
+        thread_ = std::thread(&ProcessBus::loop, this);
+        thread_id_ = thread_.get_id();
+    }
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 

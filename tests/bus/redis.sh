@@ -83,6 +83,10 @@ stop_redis() {
 DAEMON_PID=
 
 start_daemon() {
+    # Emptied here, not by the background job's redirection, which may come
+    # after daemon_started has read the last run's lines.
+    : >"$REDIS_DIR/daemon.out"
+    : >"$REDIS_DIR/daemon.err"
     CORVANE_SIM_DEVICE=${CORVANE_SIM_DEVICE:-$(dirname "$0")/../../sim/devices/default.dev} \
         CORVANE_BUS_USER=corvaned CORVANE_BUS_PASSWORD_FILE=$PASSWORDS/corvaned REDISCLI_AUTH= \
         "$1/${CORVANE_TEST_DAEMON:-corvaned}" >"$REDIS_DIR/daemon.out" 2>"$REDIS_DIR/daemon.err" &
