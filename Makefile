@@ -41,11 +41,12 @@ demo-bus: deps
 test:
 	@scripts/test.sh
 
-# 1,000,000 client writes through corvane-sim in a fixed memory bound, and
-# the whole fault loop.
+# 1,000,000 client writes through corvane-sim in a fixed memory bound, the
+# whole fault loop, and 1,000,000 handled writes on Redis without growth.
 soak: host
 	build/host/corvane-sim --script tests/soak/long.scn > /dev/null
 	build/host/corvane-fault-loop
+	tests/soak/redis_rss.sh build/host
 
 # Every libFuzzer target for FUZZ_SECONDS seconds (clang, build/fuzz).
 fuzz:

@@ -54,6 +54,7 @@ int sync(const std::string &address, const std::string &device)
         return 2;
     }
     corvane::bus::Connection stats(parsed);
+    sim::set_recording(true);
     sim::start();
     service.cam_count = 4;
     register_bindings();

@@ -116,6 +116,7 @@ int main(int argc, char **argv)
     if (!out || !quiet)
         return 1;
     stdout = quiet;
+    sim::set_recording(true);  // the counts come from the trace lines
     std::mt19937 random(20261123);
     char line[256];
     for (int index = 0; index < kLensProfileCount; ++index) {

@@ -179,6 +179,10 @@ int main(int argc, char **argv)
     if (!options.trace.empty())
         sim::open_trace(options.trace);
     sim::capture_stdout();
+    // A script and the console read what the daemon did; without them the
+    // daemon runs for as long as it is left and nothing keeps its writes.
+    if (!options.script.empty() || options.console)
+        sim::set_recording(true);
     // the console shows the start-up as a summary, its output on request
     if (options.console)
         sim::set_stdout_echo(false);

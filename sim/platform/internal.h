@@ -18,7 +18,8 @@ void note_daemon_write(const std::string &name, const std::string &value);
 // The daemon read `name` (recorded).
 void note_daemon_read(const std::string &name);
 bool on_main_thread();
-// Writes and registrations are recorded and traced (see set_recording).
+// Writes and registrations make trace lines: a record is kept or a trace
+// file is open (see set_recording).
 bool recording();
 void note_main_loop_sleep();
 // The focus value of sensor `motor` with its noise; false for no such sensor.

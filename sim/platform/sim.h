@@ -79,6 +79,12 @@ struct Record {
     std::vector<std::string> trace;                           // trace lines
     std::vector<std::string> reads;                           // nodes the daemon read, in order
 };
+// While on, the simulator keeps the record of what the daemon does, for
+// take_record. Off unless switched on (a script, the console, a test): a
+// daemon on the simulated camera keeps none, however long it runs. While off
+// and no trace file is open, client and daemon writes and registrations
+// make no trace line either: the bus without the simulator's bookkeeping.
+void set_recording(bool on);
 // Starts a new record; returns the one that ends.
 Record take_record();
 // Routes standard output through the simulator so it is recorded as well.
@@ -125,10 +131,7 @@ struct BusCall {
 // Appends every nbus_get, nbus_set and nbus_listen of the daemon to `calls`
 // from now on; null stops.
 void record_bus_calls(std::vector<BusCall> *calls);
-// While off, client and daemon writes and registrations leave no record and
-// no trace line: the bus without the simulator's own bookkeeping. On unless
-// switched off.
-void set_recording(bool on);
+
 // Runs `callback` once on the main thread when start-up has finished, just
 // before the main loop's first sleep.
 void on_started(std::function<void()> callback);

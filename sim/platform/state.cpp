@@ -42,7 +42,7 @@ bool lockstep = false;
 long granted = 0;
 std::thread::id main_thread;
 std::function<void()> started_callback;
-std::atomic<bool> record_writes{true};
+std::atomic<bool> keep_record{false};  // asked for by a script, a console or a test
 std::atomic<bool> trace_open{false};
 bool signal_params = false;  // some "signal.NODE" parameter is set
 
@@ -192,12 +192,13 @@ Record take_record()
 void trace(const std::string &line, bool poll)
 {
     std::lock_guard<std::mutex> lock(state_mutex);
+    bool keep = keep_record;
     if (poll && line == last_poll) {
         ++repeated_polls;
         // the record shows a run of one poll as the trace file does
-        if (poll_record_index < current.trace.size()) {
+        if (keep && poll_record_index < current.trace.size()) {
             current.trace[poll_record_index] = line + " x" + std::to_string(++record_repeats);
-        } else {
+        } else if (keep) {
             current.trace.push_back(line);
             poll_record_index = current.trace.size() - 1;
             record_repeats = 1;
@@ -205,11 +206,12 @@ void trace(const std::string &line, bool poll)
         return;
     }
     flush_poll_locked();
-    current.trace.push_back(line);
+    if (keep)
+        current.trace.push_back(line);
     if (poll) {
         last_poll = line;
         repeated_polls = 1;
-        poll_record_index = current.trace.size() - 1;
+        poll_record_index = keep ? current.trace.size() - 1 : SIZE_MAX;
         record_repeats = 1;
     } else if (trace_file) {
         fprintf(trace_file, "%s\n", line.c_str());
@@ -218,13 +220,12 @@ void trace(const std::string &line, bool poll)
 
 void note_daemon_write(const std::string &name, const std::string &value)
 {
-    bool record = recording();
-    if (record)
+    if (recording())
         trace("set " + escape_name(name) + " " + escape(value));
     int signal_number = 0;
     {
         std::lock_guard<std::mutex> lock(state_mutex);
-        if (record)
+        if (keep_record)
             current.writes.emplace_back(name, value);
         auto found = signal_params ? params.find("signal." + name) : params.end();
         if (found != params.end()) {
@@ -238,6 +239,8 @@ void note_daemon_write(const std::string &name, const std::string &value)
 
 void note_daemon_read(const std::string &name)
 {
+    if (!keep_record)
+        return;
     std::lock_guard<std::mutex> lock(state_mutex);
     current.reads.push_back(name);
 }
@@ -253,12 +256,12 @@ void open_trace(const std::string &path)
 
 void set_recording(bool on)
 {
-    record_writes = on;
+    keep_record = on;
 }
 
 bool recording()
 {
-    return record_writes || trace_open;
+    return keep_record || trace_open;
 }
 
 void set_routine_namer(std::function<std::string(const void *)> routine_namer)
@@ -289,7 +292,7 @@ std::atomic<bool> echo{true};
 
 ssize_t write_captured(void *, const char *data, size_t size)
 {
-    {
+    if (keep_record) {
         std::lock_guard<std::mutex> lock(state_mutex);
         current.log.append(data, size);
     }

@@ -190,6 +190,7 @@ bool faulted_startup(const std::string &device, const Fault *fault, Outcome *out
         else if (fault)
             sim::remove_node(fault->node);
         sim::capture_stdout();
+        sim::set_recording(true);
         service.exit_flag = 1;
         sim::start();
         corvaned::main();
@@ -296,6 +297,7 @@ void handler_loop(const std::string &device, bool sample, Tally *tally)
         exit(2);
     }
     sim::capture_stdout();
+    sim::set_recording(true);
     Daemon daemon;
     daemon.thread = std::thread([] {
         sim::start();

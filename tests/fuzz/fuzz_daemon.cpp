@@ -45,6 +45,7 @@ void load_default_device()
         dup2(null, STDOUT_FILENO);
         close(null);
         sim::capture_stdout();
+        sim::set_recording(true);
         started_nodes = sim::all_nodes();
     });
 }

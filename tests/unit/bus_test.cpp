@@ -45,6 +45,7 @@ protected:
         std::string error;
         ASSERT_TRUE(sim::use_bus(address, &error)) << error;
         sim::reset();
+        sim::set_recording(true);
         seen.clear();
         sim::start();
     }
@@ -147,16 +148,28 @@ TEST_P(BusThreadTest, RangesComeFromTheDeviceParameters)
 TEST_P(BusThreadTest, WithoutRecordingWritesStillDeliverButLeaveNoRecord)
 {
     nbus_listen("test.a", cascading_listener);
+    char value[32];
+    auto act = [&](const char *written) {
+        sim::client_write("test.a", written);
+        nbus_get("test.b", value, sizeof value);
+        sim::trace("mcu poll", true);
+        sim::trace("mcu poll", true);
+        sim::trace("mcu line");
+    };
     sim::take_record();
     sim::set_recording(false);
-    sim::client_write("test.a", "1");
+    act("1");
     sim::Record quiet = sim::take_record();
     sim::set_recording(true);
-    sim::client_write("test.a", "2");
+    act("2");
     sim::Record recorded = sim::take_record();
 
     EXPECT_TRUE(quiet.writes.empty());
     EXPECT_TRUE(quiet.trace.empty());
+    EXPECT_TRUE(quiet.reads.empty());
+    EXPECT_EQ(recorded.reads, std::vector<std::string>{"test.b"});
+    EXPECT_EQ(recorded.trace.back(), "mcu line");
+    EXPECT_EQ(recorded.trace[recorded.trace.size() - 2], "mcu poll x2");
     EXPECT_EQ(sim::node("test.b"), "from-handler");
     EXPECT_EQ(seen.size(), 4u);  // both writes delivered
     std::vector<std::pair<std::string, std::string>> writes = {{"test.b", "from-handler"},

@@ -20,6 +20,7 @@ protected:
     void SetUp() override
     {
         sim::reset();
+        sim::set_recording(true);
         sim::take_record();
     }
     void TearDown() override { sim::reset(); }

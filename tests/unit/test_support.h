@@ -18,6 +18,7 @@ protected:
         }();
         (void)captured;
         sim::reset();
+        sim::set_recording(true);
         sim::set_time_divisor(100);
         service.ready = 1;
         service.cam_count = 4;
