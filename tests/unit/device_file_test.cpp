@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -26,9 +27,14 @@ Parsed parse_file(const std::string &path)
 
 class DeviceFileTest : public ::testing::Test {
 protected:
-    std::filesystem::path directory = std::filesystem::temp_directory_path() /
-                                      ("corvane-device-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
-    void SetUp() override { std::filesystem::create_directories(directory); }
+    // A folder of this test's own: ctest runs the cases as processes side by side.
+    std::filesystem::path directory;
+    void SetUp() override
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "corvane-device-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        directory = pattern;
+    }
     void TearDown() override { std::filesystem::remove_all(directory); }
     std::string write(const std::string &name, const std::string &text)
     {
