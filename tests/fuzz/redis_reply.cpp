@@ -24,9 +24,10 @@ constexpr long long kMostElements = 1000000;
 
 bool announces_too_many(const uint8_t *data, size_t size)
 {
+    // Anywhere, not only at a line's start: hiredis skips the two bytes after
+    // a bulk string whatever they are.
     for (size_t i = 0; i < size; ++i) {
-        bool line_start = i == 0 || data[i - 1] == '\n';
-        if (!line_start || !strchr("*%~>|", data[i]) || data[i] == '\0')
+        if (data[i] == '\0' || !strchr("*%~>|", data[i]))
             continue;
         long long count = 0;
         for (size_t j = i + 1; j < size && data[j] >= '0' && data[j] <= '9' && count <= kMostElements; ++j)
